@@ -1,0 +1,24 @@
+# Compile and link options of everything that goes into the library.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+add_library(talvern_warnings INTERFACE)
+target_compile_options(talvern_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+
+add_library(talvern_flags INTERFACE)
+target_compile_options(talvern_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics;-fvisibility-inlines-hidden>
+  -fvisibility=hidden
+  -fPIC
+  -fno-semantic-interposition
+  -fstack-protector-strong
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+if(TALVERN_PORTABLE)
+  target_compile_definitions(talvern_flags INTERFACE TALVERN_PORTABLE)
+endif()
+
+# Sanitizers apply to tests and benchmarks as well.
+if(TALVERN_SANITIZE)
+  add_compile_options(-fsanitize=${TALVERN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TALVERN_SANITIZE})
+endif()

@@ -1,0 +1,11 @@
+/* Talvern: the whole public interface. */
+#ifndef TALVERN_H
+#define TALVERN_H
+
+#include "talvern/base.h"
+#include "talvern/memory.h"
+#include "talvern/module.h"
+#include "talvern/selftest.h"
+#include "talvern/status.h"
+
+#endif /* TALVERN_H */

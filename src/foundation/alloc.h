@@ -1,0 +1,37 @@
+// Allocation inside the library: everything goes through the exported wrappers, with the file and
+// line of the caller. Every result is tested by its caller; there is no new and no throwing
+// container.
+#pragma once
+
+#include "foundation/wipe.h"
+#include "talvern/memory.h"
+
+#include <cstddef>
+
+namespace vrq {
+
+[[nodiscard]] inline void* allocate(std::size_t size, const char* file = __builtin_FILE(),
+                                    int line = __builtin_LINE()) {
+    return VRQ_Malloc(size, file, line);
+}
+
+[[nodiscard]] inline void* allocate_zeroed(std::size_t size, const char* file = __builtin_FILE(),
+                                           int line = __builtin_LINE()) {
+    return VRQ_Calloc(1, size, file, line);
+}
+
+// Null is allowed.
+inline void release(void* memory, const char* file = __builtin_FILE(),
+                    int line = __builtin_LINE()) {
+    VRQ_Free(memory, file, line);
+}
+
+// Wipes size bytes and releases the block. Null is allowed.
+inline void wipe_and_release(void* memory, std::size_t size, const char* file = __builtin_FILE(),
+                             int line = __builtin_LINE()) {
+    if (memory == nullptr) return;
+    wipe(memory, size);
+    release(memory, file, line);
+}
+
+} // namespace vrq
