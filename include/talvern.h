@@ -3,6 +3,8 @@
 #define TALVERN_H
 
 #include "talvern/base.h"
+#include "talvern/digest.h"
+#include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
 #include "talvern/selftest.h"
