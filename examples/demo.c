@@ -25,7 +25,8 @@ static int failed(const char* step, uint32_t status) {
     return 1;
 }
 
-static void print_result(const char* name, const uint8_t* hash, uint32_t length, long bytes, double time) {
+static void print_result(const char* name, const uint8_t* hash, uint32_t length, long bytes,
+                         double time) {
     uint32_t i;
     printf("  %-13s ", name);
     for (i = 0; i < length; ++i) printf("%02x", hash[i]);
@@ -148,7 +149,8 @@ int main(int argc, char** argv) {
 
     printf("Talvern %s, %s mode\n", VRQ_Get_Crypto_Version(), VRQ_Is_Proven() ? "proven" : "open");
     printf("\nDigests of %s\n", argv[1]);
-    for (i = 0; i < sizeof kDigests / sizeof kDigests[0]; ++i) failures += show_digest(kDigests[i], file);
+    for (i = 0; i < sizeof kDigests / sizeof kDigests[0]; ++i)
+        failures += show_digest(kDigests[i], file);
 
     printf("\nMAC of the file under the key \"%s\"\n", kMacKey);
     failures += show_hmac(VRQ_ID_SHA256, file);

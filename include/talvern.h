@@ -9,5 +9,7 @@
 #include "talvern/module.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
+#include "talvern/stream.h"
+#include "talvern/utils.h"
 
 #endif /* TALVERN_H */
