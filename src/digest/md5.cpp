@@ -84,11 +84,12 @@ struct Md5 {
     static void compress(u32* state, const u8* data, std::size_t blocks) {
         u32 v[4] = {state[0], state[1], state[2], state[3]};
         for (; blocks != 0; --blocks, data += kBlock) {
-            [&]<std::size_t... I>(std::index_sequence<I...>) { (step<I>(v, data), ...); }
+            [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+                (step<I>(v, data), ...);
+            }
             (std::make_index_sequence<64>{});
             for (std::size_t i = 0; i < 4; ++i) v[i] = state[i] += v[i];
         }
-        wipe_object(v);
     }
 };
 

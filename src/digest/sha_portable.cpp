@@ -58,13 +58,16 @@ struct Schedule512 {
     static Word small1(Word x) { return std::rotr(x, 19) ^ std::rotr(x, 61) ^ (x >> 6); }
 };
 
-// Round number I of sixteen: v[(x - I) mod 8] is the working variable that stands at x.
+// Round number I of sixteen: v[(x - I) mod 8] is the working variable that stands at x. On entry bc is
+// B ^ C, on exit A ^ B, which is B ^ C of the next round.
 template <class S, std::size_t I, class Word = typename S::Word>
-[[gnu::always_inline]] inline void sha2_round(Word (&v)[8], Word input) {
+[[gnu::always_inline]] inline void sha2_round(Word (&v)[8], Word& bc, Word input) {
     constexpr auto at = [](std::size_t x) { return (x - I) % 8; };
     const Word t = v[at(7)] + input + S::big1(v[at(4)]) + choice(v[at(4)], v[at(5)], v[at(6)]);
     v[at(3)] += t;
-    v[at(7)] = t + S::big0(v[at(0)]) + majority(v[at(0)], v[at(1)], v[at(2)]);
+    const Word ab = v[at(0)] ^ v[at(1)];
+    v[at(7)] = t + S::big0(v[at(0)]) + (v[at(1)] ^ (ab & bc));
+    bc = ab;
 }
 
 template <class S, class Word = typename S::Word>
@@ -73,20 +76,20 @@ void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
     Word v[8];
     for (; blocks != 0; --blocks, data += sizeof w) {
         for (std::size_t i = 0; i < 8; ++i) v[i] = state[i];
-        unrolled<16>([&](auto i) {
+        Word bc = v[1] ^ v[2];
+        unrolled<16>([&](auto i) __attribute__((always_inline)) {
             w[i] = load_be<Word>(data + i * sizeof(Word));
-            sha2_round<S, i>(v, w[i] + S::constant(i));
+            sha2_round<S, i>(v, bc, w[i] + S::constant(i));
         });
         for (std::size_t first = 16; first < S::kRounds; first += 16) {
-            unrolled<16>([&](auto i) {
+            unrolled<16>([&](auto i) __attribute__((always_inline)) {
                 w[i] += S::small0(w[(i + 1) % 16]) + w[(i + 9) % 16] + S::small1(w[(i + 14) % 16]);
-                sha2_round<S, i>(v, w[i] + S::constant(first + i));
+                sha2_round<S, i>(v, bc, w[i] + S::constant(first + i));
             });
         }
         for (std::size_t i = 0; i < 8; ++i) state[i] += v[i];
     }
     wipe_object(w);
-    wipe_object(v);
 }
 
 // SHA-1: the function of each twenty rounds, and its constant.
@@ -115,11 +118,10 @@ void sha1_portable(u32* state, const u8* data, std::size_t blocks) {
     for (; blocks != 0; --blocks, data += sizeof w) {
         for (std::size_t i = 0; i < 16; ++i) w[i] = load_be<u32>(data + 4 * i);
         for (std::size_t i = 0; i < 5; ++i) v[i] = state[i];
-        unrolled<80>([&](auto i) { sha1_round<i>(v, w); });
+        unrolled<80>([&](auto i) __attribute__((always_inline)) { sha1_round<i>(v, w); });
         for (std::size_t i = 0; i < 5; ++i) state[i] += v[i];
     }
     wipe_object(w);
-    wipe_object(v);
 }
 
 void sha256_portable(u32* state, const u8* data, std::size_t blocks) {
