@@ -1,5 +1,6 @@
 // HAS-160 (TTAS.KO-12.0011/R2). The record stages input in its one block buffer and counts bits in two
 // words, so it does not share the staged block hash of the other engines.
+#include "digest/unroll.h"
 #include "foundation/bytes.h"
 #include "foundation/wipe.h"
 #include "talvern/digest.h"
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <utility>
 
 using namespace vrq;
 
@@ -66,7 +66,7 @@ template <std::size_t I>
     constexpr std::size_t round = I / 20;
     u32 sum = v[at(4)] + input<I>(data) + kRound[round] + mix<round>(v[at(1)], v[at(2)], v[at(3)]);
     // Only the rotation of the newest variable and one addition belong to the chain between steps.
-    __asm__("" : "+r"(sum));
+    settle(sum);
     v[at(4)] = sum + std::rotl(v[at(0)], kRotateA[I % 20]);
     v[at(1)] = std::rotl(v[at(1)], kRotateB[round]);
 }
@@ -74,12 +74,9 @@ template <std::size_t I>
 void compress(u32* state, const u8* data, std::size_t blocks) {
     u32 v[5];
     for (; blocks != 0; --blocks, data += kBlock) {
-        for (std::size_t i = 0; i < 5; ++i) v[i] = state[i];
-        [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
-            (step<I>(v, data), ...);
-        }
-        (std::make_index_sequence<80>{});
-        for (std::size_t i = 0; i < 5; ++i) state[i] += v[i];
+        take_state(v, state);
+        unrolled<80>([&](auto i) { step<i>(v, data); });
+        add_to_state(state, v);
     }
 }
 

@@ -3,11 +3,11 @@
 // by their index alone.
 #include "digest/sha_constants.h"
 #include "digest/sha_kernels.h"
+#include "digest/unroll.h"
 #include "foundation/bytes.h"
 #include "foundation/wipe.h"
 
 #include <bit>
-#include <utility>
 
 namespace vrq {
 
@@ -27,15 +27,6 @@ constexpr Word choice(Word x, Word y, Word z) {
 template <class Word>
 constexpr Word majority(Word x, Word y, Word z) {
     return (x & y) | (z & (x | y));
-}
-
-// Calls step(I) for I = 0 to N - 1 with I known at compile time.
-template <std::size_t N, class Step>
-[[gnu::always_inline]] inline void unrolled(Step step) {
-    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
-        (step(std::integral_constant<std::size_t, I>{}), ...);
-    }
-    (std::make_index_sequence<N>{});
 }
 
 struct Schedule256 {
@@ -75,7 +66,7 @@ void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
     Word w[16];
     Word v[8];
     for (; blocks != 0; --blocks, data += sizeof w) {
-        for (std::size_t i = 0; i < 8; ++i) v[i] = state[i];
+        take_state(v, state);
         Word bc = v[1] ^ v[2];
         unrolled<16>([&](auto i) __attribute__((always_inline)) {
             w[i] = load_be<Word>(data + i * sizeof(Word));
@@ -87,7 +78,7 @@ void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
                 sha2_round<S, i>(v, bc, w[i] + S::constant(first + i));
             });
         }
-        for (std::size_t i = 0; i < 8; ++i) state[i] += v[i];
+        add_to_state(state, v);
     }
     wipe_object(w);
 }
@@ -117,9 +108,9 @@ void sha1_portable(u32* state, const u8* data, std::size_t blocks) {
     u32 v[5];
     for (; blocks != 0; --blocks, data += sizeof w) {
         for (std::size_t i = 0; i < 16; ++i) w[i] = load_be<u32>(data + 4 * i);
-        for (std::size_t i = 0; i < 5; ++i) v[i] = state[i];
+        take_state(v, state);
         unrolled<80>([&](auto i) __attribute__((always_inline)) { sha1_round<i>(v, w); });
-        for (std::size_t i = 0; i < 5; ++i) state[i] += v[i];
+        add_to_state(state, v);
     }
     wipe_object(w);
 }
