@@ -61,6 +61,26 @@ template <class S, std::size_t I, class Word = typename S::Word>
     bc = ab;
 }
 
+// The message words w and their rounds.
+template <class S, class Word = typename S::Word>
+[[gnu::always_inline]] inline void first_rounds(Word (&v)[8], Word& bc, Word (&w)[16],
+                                                const u8* data) {
+    unrolled<16>([&](auto i) __attribute__((always_inline)) {
+        w[i] = load_be<Word>(data + i * sizeof(Word));
+        sha2_round<S, i>(v, bc, w[i] + S::constant(i));
+    });
+}
+
+// The sixteen rounds from number `first` on, whose words replace those of the sixteen before.
+template <class S, class Word = typename S::Word>
+[[gnu::always_inline]] inline void next_rounds(Word (&v)[8], Word& bc, Word (&w)[16],
+                                               std::size_t first) {
+    unrolled<16>([&](auto i) __attribute__((always_inline)) {
+        w[i] += S::small0(w[(i + 1) % 16]) + w[(i + 9) % 16] + S::small1(w[(i + 14) % 16]);
+        sha2_round<S, i>(v, bc, w[i] + S::constant(first + i));
+    });
+}
+
 template <class S, class Word = typename S::Word>
 void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
     Word w[16];
@@ -68,16 +88,9 @@ void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
     for (; blocks != 0; --blocks, data += sizeof w) {
         take_state(v, state);
         Word bc = v[1] ^ v[2];
-        unrolled<16>([&](auto i) __attribute__((always_inline)) {
-            w[i] = load_be<Word>(data + i * sizeof(Word));
-            sha2_round<S, i>(v, bc, w[i] + S::constant(i));
-        });
-        for (std::size_t first = 16; first < S::kRounds; first += 16) {
-            unrolled<16>([&](auto i) __attribute__((always_inline)) {
-                w[i] += S::small0(w[(i + 1) % 16]) + w[(i + 9) % 16] + S::small1(w[(i + 14) % 16]);
-                sha2_round<S, i>(v, bc, w[i] + S::constant(first + i));
-            });
-        }
+        first_rounds<S>(v, bc, w, data);
+        for (std::size_t first = 16; first < S::kRounds; first += 16)
+            next_rounds<S>(v, bc, w, first);
         add_to_state(state, v);
     }
     wipe_object(w);
