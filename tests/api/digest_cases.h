@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <string>
@@ -89,6 +90,27 @@ void feed_in_pieces(std::mt19937& random, const Bytes& message, std::size_t long
         ASSERT_EQ(0U, update(message.data() + at, static_cast<int32_t>(piece)));
         at += piece;
     }
+}
+
+// The same with the unit's own update.
+inline void feed_unit(std::mt19937& random, VRQ_DIGEST_UNIT* unit, const Bytes& message,
+                      std::size_t longest) {
+    feed_in_pieces(random, message, longest, [&](const uint8_t* data, int32_t n) {
+        return VRQ_Update_DIGEST(unit, data, n);
+    });
+}
+
+inline void feed_unit(std::mt19937& random, VRQ_HMAC_UNIT* unit, const Bytes& message,
+                      std::size_t longest) {
+    feed_in_pieces(random, message, longest,
+                   [&](const uint8_t* data, int32_t n) { return VRQ_Update_HMAC(unit, data, n); });
+}
+
+// Every byte of the record, padding included.
+template <class Record>
+bool is_all_zero(const Record& record) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
+    return std::all_of(bytes, bytes + sizeof record, [](uint8_t byte) { return byte == 0; });
 }
 
 } // namespace test

@@ -67,6 +67,24 @@ bool all_zero(const uint8_t* bytes, std::size_t size) {
 
 // After any number of updates the record holds what staging byte by byte would leave.
 template <class Context>
+void expect_staged(const Context& context, const Bytes& message, std::size_t total) {
+    const std::size_t staged = total % kBlock<Context>;
+    EXPECT_EQ((total - staged) * 8, context.bit_count);
+    EXPECT_EQ(staged, context.staging_fill);
+    EXPECT_EQ(0U, context.block_fill);
+    EXPECT_EQ(0, std::memcmp(context.staging, message.data() + total - staged, staged));
+}
+
+template <class Context>
+void expect_finished(const Context& context, std::size_t total) {
+    constexpr std::size_t block = kBlock<Context>;
+    EXPECT_EQ(total * 8, context.bit_count);
+    EXPECT_EQ(0U, context.staging_fill);
+    EXPECT_EQ(total % block < kLengthAt<Context> ? total % block : 0, context.block_fill);
+    EXPECT_TRUE(all_zero(context.block, block) && all_zero(context.staging, block));
+}
+
+template <class Context>
 void check_record(const Engine<Context>& engine) {
     SCOPED_TRACE(engine.name);
     constexpr std::size_t block = kBlock<Context>;
@@ -77,23 +95,16 @@ void check_record(const Engine<Context>& engine) {
         Context context;
         std::memset(&context, 0xEE, sizeof context);
         ASSERT_EQ(0U, engine.init(&context));
-        ASSERT_TRUE(all_zero(context.block, block) && all_zero(context.staging, block));
+        expect_finished(context, 0);
         std::size_t total = 0;
         feed_in_pieces(random, message, 2 * block + 5, [&](const uint8_t* data, int32_t n) {
             const uint32_t status = engine.update(&context, data, static_cast<uint32_t>(n));
             total += static_cast<std::size_t>(n);
-            const std::size_t staged = total % block;
-            EXPECT_EQ((total - staged) * 8, context.bit_count);
-            EXPECT_EQ(staged, context.staging_fill);
-            EXPECT_EQ(0U, context.block_fill);
-            EXPECT_EQ(0, std::memcmp(context.staging, message.data() + total - staged, staged));
+            expect_staged(context, message, total);
             return status;
         });
         ASSERT_EQ(0U, engine.final(&context, out));
-        EXPECT_EQ(total * 8, context.bit_count);
-        EXPECT_EQ(0U, context.staging_fill);
-        EXPECT_EQ(total % block < kLengthAt<Context> ? total % block : 0, context.block_fill);
-        EXPECT_TRUE(all_zero(context.block, block) && all_zero(context.staging, block));
+        expect_finished(context, total);
     }
 }
 
@@ -135,7 +146,6 @@ TEST(DigestEngine, FinalJoinsBothBuffers) {
 template <class Context>
 void check_statuses(const Engine<Context>& engine) {
     SCOPED_TRACE(engine.name);
-    constexpr uint32_t block = kBlock<Context>;
     const uint8_t data[8] = {};
     uint8_t out[64];
     Context context;
@@ -146,7 +156,15 @@ void check_statuses(const Engine<Context>& engine) {
     EXPECT_EQ(engine.update_empty, engine.update(&context, data, 0));
     EXPECT_EQ(engine.final_null, engine.final(nullptr, out));
     EXPECT_EQ(engine.final_null, engine.final(&context, nullptr));
+}
 
+template <class Context>
+void check_damaged_records(const Engine<Context>& engine) {
+    SCOPED_TRACE(engine.name);
+    constexpr uint32_t block = kBlock<Context>;
+    const uint8_t data[8] = {};
+    uint8_t out[64];
+    Context context;
     for (const uint32_t fill : {block + 1, 0xFFFFFFFFU}) {
         engine.init(&context);
         context.block_fill = fill;
@@ -170,7 +188,10 @@ void check_statuses(const Engine<Context>& engine) {
 }
 
 TEST(DigestEngine, StatusesOfStagedEngines) {
-    for_each_staged_engine([](const auto& engine) { check_statuses(engine); });
+    for_each_staged_engine([](const auto& engine) {
+        check_statuses(engine);
+        check_damaged_records(engine);
+    });
 }
 
 TEST(DigestEngine, StatusesOfTheOthers) {
@@ -324,23 +345,27 @@ Bytes mdc2_reference(Bytes message, uint32_t padding_type) {
     return {h.begin(), h.end()};
 }
 
+Bytes mdc2_in_pieces(std::mt19937& random, const Bytes& message, uint32_t padding_type) {
+    VRQ_MDC2_CTX context;
+    EXPECT_EQ(0U, vrq_Init_MDC2(&context));
+    EXPECT_EQ(1U, context.padding_type);
+    feed_in_pieces(random, message, 20, [&](const uint8_t* data, int32_t n) {
+        return vrq_Update_MDC2(&context, data, static_cast<uint32_t>(n));
+    });
+    EXPECT_EQ(message.size() % 8, context.fill);
+    context.padding_type = padding_type;
+    Bytes out(16);
+    EXPECT_EQ(0U, vrq_Final_MDC2(&context, out.data()));
+    return out;
+}
+
 TEST(DigestEngine, Mdc2WithEitherPadding) {
     std::mt19937 random(46);
     for (std::size_t size = 0; size <= 100; ++size) {
         const Bytes message = random_bytes(random, size);
-        for (const uint32_t padding_type : {1U, 2U}) {
-            VRQ_MDC2_CTX context;
-            ASSERT_EQ(0U, vrq_Init_MDC2(&context));
-            EXPECT_EQ(1U, context.padding_type);
-            feed_in_pieces(random, message, 20, [&](const uint8_t* data, int32_t n) {
-                return vrq_Update_MDC2(&context, data, static_cast<uint32_t>(n));
-            });
-            EXPECT_EQ(size % 8, context.fill);
-            context.padding_type = padding_type;
-            Bytes out(16);
-            ASSERT_EQ(0U, vrq_Final_MDC2(&context, out.data()));
-            ASSERT_EQ(mdc2_reference(message, padding_type), out) << size << " " << padding_type;
-        }
+        for (const uint32_t padding : {1U, 2U})
+            ASSERT_EQ(mdc2_reference(message, padding), mdc2_in_pieces(random, message, padding))
+                << size << " " << padding;
     }
 }
 

@@ -115,9 +115,7 @@ TEST(Hmac, AgreesWithAnotherLibrary) {
             Bytes expected(row.length);
             HMAC(EVP_get_digestbyname(row.oracle), key.data(), static_cast<int>(key.size()),
                  message.data(), message.size(), expected.data(), nullptr);
-            feed_in_pieces(random, message, 200, [&](const uint8_t* data, int32_t n) {
-                return VRQ_Update_HMAC(unit.get(), data, n);
-            });
+            feed_unit(random, unit.get(), message, 200);
             ASSERT_EQ(expected, final_mac(unit.get())) << row.name << " " << i;
         }
     }
@@ -190,7 +188,6 @@ TEST(Hmac, Statuses) {
 }
 
 TEST(Hmac, CleanZeroesTheRecord) {
-    const VRQ_HMAC_UNIT zero{};
     const HmacUnit unit(vrq_New_HMAC_Unit_Ex(1));
     VRQ_Clean_HMAC_Unit(unit.get());
     EXPECT_EQ(1, unit->restricted);
@@ -198,7 +195,7 @@ TEST(Hmac, CleanZeroesTheRecord) {
     EXPECT_EQ(0x0F010022U, VRQ_Init_HMAC(unit.get(), VRQ_ID_MDC2, key, 3)) << "restricted";
     EXPECT_EQ(0U, VRQ_Init_HMAC(unit.get(), VRQ_ID_MDC2, key, 3)) << "the second Init cleans";
     VRQ_Clean_HMAC_Unit(unit.get());
-    EXPECT_EQ(0, std::memcmp(&zero, unit.get(), sizeof zero));
+    EXPECT_TRUE(is_all_zero(*unit));
     VRQ_Clean_HMAC_Unit(nullptr);
     VRQ_Free_HMAC_Unit(nullptr);
 }
