@@ -12,7 +12,7 @@ namespace vrq {
 
 namespace {
 
-constexpr std::size_t length(i32 n) { return n > 0 ? static_cast<std::size_t>(n) : 0; }
+constexpr std::size_t length(std::int64_t n) { return n > 0 ? static_cast<std::size_t>(n) : 0; }
 
 constexpr u32 low(u64 x) { return static_cast<u32>(x); }
 constexpr u32 high(u64 x) { return static_cast<u32>(x >> 32); }
@@ -154,7 +154,8 @@ i32 vrq_Cmp_Parts(const u32* a, const u32* b, i32 n, i32 difference) {
     if (a == nullptr || b == nullptr) return 1;
     const std::size_t common = length(n);
     if (significant_words(a + common, length(difference)) != 0) return 1;
-    if (difference < 0 && significant_words(b + common, length(-difference)) != 0) return -1;
+    if (difference < 0 && significant_words(b + common, length(-std::int64_t{difference})) != 0)
+        return -1;
     return vrq_Cmp_BIGINT_Words(a, b, n);
 }
 
@@ -184,7 +185,7 @@ u32 vrq_Sub_Part_Words(u32* r, const u32* a, const u32* b, i32 n, i32 difference
     if (difference >= 0) {
         return words_sub_borrow(r + common, a + common, length(difference), borrow);
     }
-    for (std::size_t i = common; i < common + length(-difference); ++i) {
+    for (std::size_t i = common; i < common + length(-std::int64_t{difference}); ++i) {
         const u64 rest = static_cast<u64>(0) - b[i] - borrow;
         r[i] = low(rest);
         borrow = high(rest) & 1;
@@ -243,11 +244,11 @@ void vrq_Mtp_Base_Ex(u32* r, const u32* a, const u32* b) {
 void vrq_Sqr_Base_Ex(u32* r, const u32* a) { limb_kernel().sqr(limbs_of(r), limbs_of(a), 4); }
 
 void vrq_Mtp_Recursive(u32* r, const u32* a, const u32* b, i32 n, i32 da, i32 db, u32* temp) {
-    words_mul(r, a, length(n + da), b, length(n + db), limbs_of(temp));
+    words_mul(r, a, length(std::int64_t{n} + da), b, length(std::int64_t{n} + db), limbs_of(temp));
 }
 
 void vrq_Mtp_Recursive_P(u32* r, const u32* a, const u32* b, i32 n, i32 da, i32 db, u32* temp) {
-    words_mul(r, a, length(n + da), b, length(n + db), limbs_of(temp));
+    words_mul(r, a, length(std::int64_t{n} + da), b, length(std::int64_t{n} + db), limbs_of(temp));
 }
 
 void vrq_Sqr_Recursive(u32* r, const u32* a, i32 n, u32* temp) {
