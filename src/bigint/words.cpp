@@ -19,6 +19,10 @@ constexpr u32 high(u64 x) { return static_cast<u32>(x >> 32); }
 
 constexpr std::size_t even_limbs(std::size_t words) { return words / 2; }
 
+void clear(u32* r, std::size_t n) {
+    if (n != 0) std::memset(r, 0, n * sizeof *r);
+}
+
 u32 mul_add_word(u32* r, const u32* a, std::size_t n, u32 w) {
     const std::size_t limbs = even_limbs(n);
     u64 carry = limb_kernel().mul_add(limbs_of(r), limbs_of(a), limbs, w);
@@ -36,6 +40,7 @@ std::size_t significant_words(const u32* a, std::size_t n) {
 }
 
 void words_to_limbs(Limb* r, std::size_t limbs, const u32* a, std::size_t n) {
+    if (limbs == 0) return;
     if (n != 0) std::memcpy(r, a, n * 4);
     std::memset(reinterpret_cast<u8*>(r) + n * 4, 0, limbs * 8 - n * 4);
 }
@@ -64,7 +69,7 @@ void words_mul(u32* r, const u32* a, std::size_t na, const u32* b, std::size_t n
     if (la != 0 && lb != 0) {
         limbs_mul(limbs_of(r), limbs_of(a), la, limbs_of(b), lb, scratch);
     } else {
-        std::memset(r, 0, 2 * (la + lb) * sizeof *r);
+        clear(r, 2 * (la + lb));
     }
     if (nb % 2 != 0) r[2 * la + nb - 1] = mul_add_word(r + nb - 1, a, 2 * la, b[nb - 1]);
     if (na % 2 != 0) r[na + nb - 1] = mul_add_word(r + na - 1, b, nb, a[na - 1]);
@@ -93,7 +98,7 @@ void words_shl(u32* r, const u32* a, std::size_t na, std::size_t bits) {
         above = low(pair);
     }
     r[words] = above;
-    std::memset(r, 0, words * sizeof *r);
+    clear(r, words);
 }
 
 void words_shr(u32* r, const u32* a, std::size_t na, std::size_t bits) {
@@ -224,7 +229,7 @@ u32 vrq_Div_Words(u32 high_word, u32 low_word, u32 d) {
 void vrq_Mtp_Word_Base(u32* r, const u32* a, i32 na, const u32* b, i32 nb) {
     const std::size_t words_a = length(na);
     const std::size_t words_b = length(nb);
-    std::memset(r, 0, words_a * sizeof *r);
+    clear(r, words_a);
     for (std::size_t i = 0; i < words_b; ++i)
         r[words_a + i] = mul_add_word(r + i, a, words_a, b[i]);
 }
