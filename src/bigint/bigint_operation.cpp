@@ -67,12 +67,19 @@ u32 VRQ_Mtp_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* b, VRQ_
         return store_word(*r, 1) ? 0 : fail(VRQ_F_MTP_BIGINT, VRQ_ERR_SET_BIGINT_FAIL);
     }
 
-    Scratch<2> scratch(pool);
-    if (!scratch.open()) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_START_BIGINT_POOL_FAIL);
+    if (!frame_available(pool)) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_START_BIGINT_POOL_FAIL);
     const bool in_place = r == a || r == b;
+    const std::size_t area = limbs_mul_scratch(na / 2, nb / 2);
+    if (!in_place && area == 0) {
+        if (!grow(*r, na + nb)) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_EXPAND_BIGINT_WORD);
+        words_mul(r->data, a->data, na, b->data, nb, nullptr);
+        set_used(*r, na + nb);
+        return 0;
+    }
+
+    Scratch<2> scratch(pool);
     VRQ_BIGINT* const product = in_place ? scratch.take() : r;
     if (product == nullptr) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_MEM_ALLOC);
-    const std::size_t area = limbs_mul_scratch(na / 2, nb / 2);
     Limb* const temporary = area != 0 ? scratch.take_limbs(area) : nullptr;
     if (area != 0 && temporary == nullptr) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_MEM_ALLOC);
     if (!grow(*product, na + nb)) return fail(VRQ_F_MTP_BIGINT, VRQ_ERR_EXPAND_BIGINT_WORD);
@@ -89,12 +96,20 @@ u32 VRQ_Sqr_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, VRQ_BIGINT_POOL* pool) {
         return 0;
     }
 
+    if (!frame_available(pool)) return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_START_BIGINT_POOL_FAIL);
+    const std::size_t n = word_count(*a);
+    const i32 used = count(a->data[n - 1] < 0x10000 ? 2 * n - 1 : 2 * n);
+    const std::size_t area = limbs_mul_scratch(n / 2, n / 2);
+    if (r != a && area == 0) {
+        if (!grow(*r, 2 * n)) return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_EXPAND_BIGINT_WORD);
+        words_sqr(r->data, a->data, n, nullptr);
+        r->used = used;
+        return 0;
+    }
+
     Scratch<2> scratch(pool);
-    if (!scratch.open()) return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_START_BIGINT_POOL_FAIL);
     VRQ_BIGINT* const square = r == a ? scratch.take() : r;
     if (square == nullptr) return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_GET_BIGINT_POOL_FAIL);
-    const std::size_t n = word_count(*a);
-    const std::size_t area = limbs_mul_scratch(n / 2, n / 2);
     Limb* const temporary = area != 0 ? scratch.take_limbs(area) : nullptr;
     if (area != 0 && temporary == nullptr) {
         return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_GET_BIGINT_POOL_FAIL);
@@ -102,7 +117,7 @@ u32 VRQ_Sqr_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, VRQ_BIGINT_POOL* pool) {
     if (!grow(*square, 2 * n)) return fail(VRQ_F_SQR_BIGINT, VRQ_ERR_EXPAND_BIGINT_WORD);
 
     words_sqr(square->data, a->data, n, temporary);
-    square->used = count(a->data[n - 1] < 0x10000 ? 2 * n - 1 : 2 * n);
+    square->used = used;
     return square == r ? 0 : deliver(*r, *square, VRQ_F_SQR_BIGINT);
 }
 

@@ -36,6 +36,26 @@ u64 mul_sub(Limb* r, const Limb* a, std::size_t n, u64 w) {
     return borrow;
 }
 
+u64 add(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
+    u64 carry = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const u128 sum = static_cast<u128>(a[i]) + b[i] + carry;
+        r[i] = low(sum);
+        carry = high(sum);
+    }
+    return carry;
+}
+
+u64 sub(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
+    u64 borrow = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const u128 difference = static_cast<u128>(a[i]) - b[i] - borrow;
+        r[i] = low(difference);
+        borrow = high(difference) & 1;
+    }
+    return borrow;
+}
+
 void mul(Limb* r, const Limb* a, std::size_t na, const Limb* b, std::size_t nb) {
     limbs_clear(r, na);
     for (std::size_t i = 0; i < nb; ++i) r[i + na] = mul_add(r + i, a, na, b[i]);
@@ -91,8 +111,8 @@ void gather(Limb* r, const Limb* table, std::size_t entries, std::size_t len, u6
     }
 }
 
-constexpr LimbKernel kPortable = {"portable", mul,  sqr,         mul_add,
-                                  mul_sub,    redc, reduce_once, gather};
+constexpr LimbKernel kPortable = {"portable", mul, sqr,  mul_add,     mul_sub,
+                                  add,        sub, redc, reduce_once, gather};
 
 constexpr LimbKernelRow kRows[] = {
 #ifdef TALVERN_X86_KERNELS
@@ -171,23 +191,11 @@ const LimbKernel& limb_kernel() { return *cpu::pick(kRows, g_row).kernel; }
 std::span<const LimbKernelRow> limb_kernel_rows() { return kRows; }
 
 u64 limbs_add(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
-    u64 carry = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const u128 sum = static_cast<u128>(a[i]) + b[i] + carry;
-        r[i] = low(sum);
-        carry = high(sum);
-    }
-    return carry;
+    return limb_kernel().add(r, a, b, n);
 }
 
 u64 limbs_sub(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
-    u64 borrow = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const u128 difference = static_cast<u128>(a[i]) - b[i] - borrow;
-        r[i] = low(difference);
-        borrow = high(difference) & 1;
-    }
-    return borrow;
+    return limb_kernel().sub(r, a, b, n);
 }
 
 u64 limbs_add_limb(Limb* r, std::size_t n, u64 w) {

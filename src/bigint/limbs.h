@@ -35,6 +35,10 @@ struct LimbKernel {
     // r -= a * w over n limbs; returns the borrow limb.
     u64 (*mul_sub)(Limb* r, const Limb* a, std::size_t n, u64 w);
 
+    // r = a + b, r = a - b over n limbs; return carry and borrow. r may be a or b.
+    u64 (*add)(Limb* r, const Limb* a, const Limb* b, std::size_t n);
+    u64 (*sub)(Limb* r, const Limb* a, const Limb* b, std::size_t n);
+
     // Montgomery reduction: t += q * n for the q of `steps` limbs that makes the low limbs of t
     // zero, where t has n_len + steps limbs and k0 = -n^-1 mod 2^64. Those low limbs come out with
     // any content. Returns the carry out of t, 0 or 1.
@@ -64,7 +68,7 @@ inline u64 mask_if_zero(u64 x) {
     return ((x | (0 - x)) >> 63) - 1;
 }
 
-// r = a + b, r = a - b over n limbs; return carry and borrow. r may be a or b.
+// The additions of the row in use.
 u64 limbs_add(Limb* r, const Limb* a, const Limb* b, std::size_t n);
 u64 limbs_sub(Limb* r, const Limb* a, const Limb* b, std::size_t n);
 

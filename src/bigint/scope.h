@@ -8,6 +8,11 @@
 
 namespace vrq {
 
+// False when the pool would refuse a frame; for operations that need no temporary after all.
+inline bool frame_available(const VRQ_BIGINT_POOL* pool) {
+    return pool == nullptr || (pool->depth >= -1 && pool->depth < VRQ_BIGINT_POOL_FRAMES - 1);
+}
+
 // At most N records. With a pool they live in a frame that closes with the scope; with a null pool
 // they are the guard's own, wiped and released with it.
 template <std::size_t N>

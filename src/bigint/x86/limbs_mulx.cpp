@@ -174,6 +174,21 @@ TALVERN_DIGIT void mul_digit4(Limb* z, const Limb* a, const Limb* b, u64 blocks)
                      : CLOBBERS4);
 }
 
+// z = a * b for one block each.
+TALVERN_DIGIT void mul_block8(Limb* z, const Limb* a, const Limb* b) {
+    __asm__ volatile(COLUMNS8(ZERO) ROWS8(ROW8) NEXT_BLOCK("64") COLUMNS8(STORE_Z)
+                     : [z] "+&r"(z), [a] "+&r"(a)
+                     : [b] "r"(b)
+                     : CLOBBERS8);
+}
+
+TALVERN_DIGIT void mul_block4(Limb* z, const Limb* a, const Limb* b) {
+    __asm__ volatile(COLUMNS4(ZERO) ROWS4(ROW4) NEXT_BLOCK("32") COLUMNS4(STORE_Z)
+                     : [z] "+&r"(z), [a] "+&r"(a)
+                     : [b] "r"(b)
+                     : CLOBBERS4);
+}
+
 // One digit of a square: z += a_0 * (a_1, ..., a_blocks) above column W plus the products of
 // different limbs of a_0, where a_i are the blocks of a; the uppermost W limbs are written, not
 // read.
@@ -288,6 +303,9 @@ u64 mul_sub(Limb* r, const Limb* a, std::size_t n, u64 w) {
 }
 
 void mul(Limb* r, const Limb* a, std::size_t na, const Limb* b, std::size_t nb) {
+    if (na == 4 && nb == 4) return mul_block4(r, a, b);
+    if (na == 8 && nb == 8) return mul_block8(r, a, b);
+
     const std::size_t na4 = na & ~std::size_t{3};
     const std::size_t na8 = na & ~std::size_t{7};
     limbs_clear(r, na);
@@ -306,23 +324,85 @@ void mul(Limb* r, const Limb* a, std::size_t na, const Limb* b, std::size_t nb) 
     for (; j < nb; ++j) r[j + na] = mul_add(r + j, a, na, b[j]);
 }
 
-// r = 2r + sum of a[i]^2 * 2^(128 i).
-TALVERN_MULX void double_and_add_squares(Limb* r, const Limb* a, std::size_t n) {
-    unsigned char carry = 0;
-    u64 below = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        unsigned long long high;
-        const u64 low = _mulx_u64(a[i], a[i], &high);
-        const u64 r0 = r[2 * i];
-        const u64 r1 = r[2 * i + 1];
-        unsigned long long s0;
-        unsigned long long s1;
-        carry = _addcarry_u64(carry, r0 << 1 | below >> 63, low, &s0);
-        carry = _addcarry_u64(carry, r1 << 1 | r0 >> 63, high, &s1);
-        r[2 * i] = s0;
-        r[2 * i + 1] = s1;
-        below = r1;
+// r = 2r + sum of a[i]^2 * 2^(128 i): doubling along the carry flag, squares along the overflow flag.
+// Neither LEA nor JRCXZ touches the flags.
+void double_and_add_squares(Limb* r, const Limb* a, std::size_t n) {
+    __asm__ volatile("xorl %%eax, %%eax\n\t"
+                     "1:\n\t"
+                     "movq (%[a]), %%rdx\n\t"
+                     "movq (%[r]), %%r8\n\t"
+                     "movq 8(%[r]), %%r9\n\t"
+                     "mulxq %%rdx, %%rax, %%rdx\n\t"
+                     "adcxq %%r8, %%r8\n\t"
+                     "adoxq %%rax, %%r8\n\t"
+                     "adcxq %%r9, %%r9\n\t"
+                     "adoxq %%rdx, %%r9\n\t"
+                     "movq %%r8, (%[r])\n\t"
+                     "movq %%r9, 8(%[r])\n\t"
+                     "leaq 8(%[a]), %[a]\n\t"
+                     "leaq 16(%[r]), %[r]\n\t"
+                     "leaq -1(%%rcx), %%rcx\n\t"
+                     "jrcxz 2f\n\t"
+                     "jmp 1b\n\t"
+                     "2:\n\t"
+                     : [r] "+&r"(r), [a] "+&r"(a), "+&c"(n)
+                     :
+                     : "rax", "rdx", "r8", "r9", "cc", "memory");
+}
+
+// clang-format off
+
+#define ADD_LIMB(i, OP)                        \
+    "movq 8*" #i "(%[a]), %%rax\n\t"           \
+    OP " 8*" #i "(%[b]), %%rax\n\t"            \
+    "movq %%rax, 8*" #i "(%[r])\n\t"
+
+// Sums or differences of 4 limbs a turn; leaves the flag in the low byte of carry.
+#define ADD_LIMBS(OP)                                                                      \
+    "xorl %%eax, %%eax\n\t"                                                                \
+    "jrcxz 2f\n\t"                                                                         \
+    "1:\n\t"                                                                               \
+    ADD_LIMB(0, OP) ADD_LIMB(1, OP) ADD_LIMB(2, OP) ADD_LIMB(3, OP)                        \
+    "leaq 32(%[a]), %[a]\n\t"                                                              \
+    "leaq 32(%[b]), %[b]\n\t"                                                              \
+    "leaq 32(%[r]), %[r]\n\t"                                                              \
+    "leaq -1(%%rcx), %%rcx\n\t"                                                            \
+    "jrcxz 2f\n\t"                                                                         \
+    "jmp 1b\n\t"                                                                           \
+    "2:\n\t"                                                                               \
+    "setc %b[carry]\n\t"
+
+// clang-format on
+
+u64 add(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
+    u64 carry = 0;
+    u64 blocks = n / 4;
+    __asm__ volatile(ADD_LIMBS("adcq")
+                     : [r] "+&r"(r), [a] "+&r"(a), [b] "+&r"(b), [carry] "+&q"(carry), "+&c"(blocks)
+                     :
+                     : "rax", "cc", "memory");
+    for (std::size_t i = 0; i < n % 4; ++i) {
+        const u128 sum = static_cast<u128>(a[i]) + b[i] + carry;
+        r[i] = static_cast<u64>(sum);
+        carry = static_cast<u64>(sum >> 64);
     }
+    return carry;
+}
+
+u64 sub(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
+    u64 borrow = 0;
+    u64 blocks = n / 4;
+    __asm__ volatile(ADD_LIMBS("sbbq")
+                     : [r] "+&r"(r), [a] "+&r"(a), [b] "+&r"(b), [carry] "+&q"(borrow),
+                       "+&c"(blocks)
+                     :
+                     : "rax", "cc", "memory");
+    for (std::size_t i = 0; i < n % 4; ++i) {
+        const u128 difference = static_cast<u128>(a[i]) - b[i] - borrow;
+        r[i] = static_cast<u64>(difference);
+        borrow = static_cast<u64>(difference >> 64) & 1;
+    }
+    return borrow;
 }
 
 void sqr(Limb* r, const Limb* a, std::size_t n) {
@@ -446,7 +526,7 @@ TALVERN_MULX void gather(Limb* r, const Limb* table, std::size_t entries, std::s
 
 } // namespace
 
-constinit const LimbKernel kMulxLimbs = {"mulx",  mul,  sqr,         mul_add,
-                                         mul_sub, redc, reduce_once, gather};
+constinit const LimbKernel kMulxLimbs = {"mulx", mul, sqr,  mul_add,     mul_sub,
+                                         add,    sub, redc, reduce_once, gather};
 
 } // namespace vrq
