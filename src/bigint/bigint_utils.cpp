@@ -61,12 +61,9 @@ char* VRQ_BIGINT_To_HEX(const VRQ_BIGINT* a) {
 char* VRQ_Dump_BIGINT(const VRQ_BIGINT* a) {
     char* const hex = VRQ_BIGINT_To_HEX(a);
     if (hex == nullptr) return nullptr;
-    const std::size_t length = std::strlen(hex);
-    auto* const text = static_cast<char*>(allocate_zeroed(length + 3));
-    if (text != nullptr) {
-        std::memcpy(text, "0x", 2);
-        std::memcpy(text + 2, hex, length);
-    }
+    const std::size_t size = std::strlen(hex) + 3;
+    auto* const text = static_cast<char*>(allocate_zeroed(size));
+    if (text != nullptr) std::snprintf(text, size, "0x%s", hex);
     release_text(hex);
     return text;
 }

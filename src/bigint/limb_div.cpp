@@ -90,6 +90,30 @@ u64 divide_by_normalized_limb(Limb* q, Limb* u, std::size_t nu, u64 d) {
     return rest;
 }
 
+// One quotient limb: u of nd + 1 limbs becomes the remainder of its division by d, nd >= 2.
+u64 divide_step(Limb* u, const Limb* d, std::size_t nd, u64 v) {
+    const LimbKernel& kernel = limb_kernel();
+    const u64 d1 = d[nd - 1];
+    const u64 d0 = d[nd - 2];
+    const u64 u2 = u[nd];
+    const u64 u1 = u[nd - 1];
+    u[nd] = 0;
+    if (u2 == d1 && u1 == d0) [[unlikely]] {
+        kernel.mul_sub(u, d, nd, ~u64{0});
+        return ~u64{0};
+    }
+
+    const Step step = divide_3_by_2(u2, u1, u[nd - 2], d1, d0, v);
+    const u64 borrow = kernel.mul_sub(u, d, nd - 2, step.quotient);
+    const u128 top = step.remainder - borrow;
+    u[nd - 2] = low(top);
+    u[nd - 1] = high(top);
+    if (step.remainder >= borrow) [[likely]]
+        return step.quotient;
+    kernel.add(u, u, d, nd);
+    return step.quotient - 1;
+}
+
 } // namespace
 
 void limbs_divide_normalized(Limb* q, Limb* u, std::size_t nu, const Limb* d, std::size_t nd) {
@@ -98,30 +122,9 @@ void limbs_divide_normalized(Limb* q, Limb* u, std::size_t nu, const Limb* d, st
         return;
     }
 
-    const LimbKernel& kernel = limb_kernel();
-    const u64 d1 = d[nd - 1];
-    const u64 d0 = d[nd - 2];
-    const u64 v = reciprocal(d1, d0);
+    const u64 v = reciprocal(d[nd - 1], d[nd - 2]);
     for (std::size_t j = nu - nd; j-- > 0;) {
-        Limb* const part = u + j; // nd + 1 limbs, of which the top becomes zero
-        const u64 u2 = part[nd];
-        const u64 u1 = part[nd - 1];
-        u64 quotient = ~u64{0};
-        part[nd] = 0;
-        if (u2 == d1 && u1 == d0) [[unlikely]] {
-            kernel.mul_sub(part, d, nd, quotient);
-        } else {
-            const Step step = divide_3_by_2(u2, u1, part[nd - 2], d1, d0, v);
-            quotient = step.quotient;
-            const u64 borrow = kernel.mul_sub(part, d, nd - 2, quotient);
-            const u128 top = step.remainder - borrow;
-            part[nd - 2] = low(top);
-            part[nd - 1] = high(top);
-            if (step.remainder < borrow) [[unlikely]] {
-                quotient -= 1;
-                limbs_add(part, part, d, nd);
-            }
-        }
+        const u64 quotient = divide_step(u + j, d, nd, v);
         if (q != nullptr) q[j] = quotient;
     }
 }

@@ -229,8 +229,8 @@ void power(Ring& ring, const ModExp& job, Limb* x, Limb* factor, Limb* table) {
         ring.mul(table + (i + 1) * len, table + i * len, table + len);
     }
 
-    std::size_t low = job.exponent_bits - 1 - (job.exponent_bits - 1) % width;
-    const auto first = static_cast<unsigned>(job.exponent_bits - low);
+    const auto first = 1 + static_cast<unsigned>((job.exponent_bits - 1) % width);
+    std::size_t low = job.exponent_bits - first;
     ring.gather(x, table, entries, exponent_window(job, low, first));
     while (low != 0) {
         low -= width;
@@ -259,7 +259,7 @@ void power_var(Ring& ring, const ModExp& job, Limb* x, Limb* table) {
             continue;
         }
         unsigned count = i < width ? static_cast<unsigned>(i) : width;
-        while (exponent_bit(job, i - count) == 0) --count;
+        while (count > 1 && exponent_bit(job, i - count) == 0) --count;
         i -= count;
         const Limb* const factor = table + (exponent_window(job, i, count) >> 1) * len;
         if (started) {

@@ -305,23 +305,17 @@ u64 mul_sub(Limb* r, const Limb* a, std::size_t n, u64 w) {
 void mul(Limb* r, const Limb* a, std::size_t na, const Limb* b, std::size_t nb) {
     if (na == 4 && nb == 4) return mul_block4(r, a, b);
     if (na == 8 && nb == 8) return mul_block8(r, a, b);
+    if (na % 4 != 0 && nb % 4 == 0) return mul(r, b, nb, a, na);
 
-    const std::size_t na4 = na & ~std::size_t{3};
-    const std::size_t na8 = na & ~std::size_t{7};
     limbs_clear(r, na);
-    std::size_t j = 0;
-    if (na8 == na) {
-        for (; j + 8 <= nb; j += 8) mul_digit8(r + j, a, b + j, na / 8);
+    std::size_t i = 0;
+    if (na % 8 == 0) {
+        for (; i + 8 <= nb; i += 8) mul_digit8(r + i, a, b + i, na / 8);
     }
-    // A digit leaves the sum so far in na4 limbs and its own upper limbs; the rest of a follows.
-    for (; j + 4 <= nb; j += 4) {
-        if (na4 == na) {
-            mul_digit4(r + j, a, b + j, na / 4);
-            continue;
-        }
-        for (std::size_t i = j; i < j + 4; ++i) r[i + na] = mul_add(r + i, a, na, b[i]);
+    if (na % 4 == 0) {
+        for (; i + 4 <= nb; i += 4) mul_digit4(r + i, a, b + i, na / 4);
     }
-    for (; j < nb; ++j) r[j + na] = mul_add(r + j, a, na, b[j]);
+    for (; i < nb; ++i) r[i + na] = mul_add(r + i, a, na, b[i]);
 }
 
 // r = 2r + sum of a[i]^2 * 2^(128 i): doubling along the carry flag, squares along the overflow flag.
@@ -406,6 +400,8 @@ u64 sub(Limb* r, const Limb* a, const Limb* b, std::size_t n) {
 }
 
 void sqr(Limb* r, const Limb* a, std::size_t n) {
+    if (n == 4) return mul_block4(r, a, a);
+
     if (n % 4 != 0) {
         limbs_clear(r, n);
         for (std::size_t i = 0; i < n; ++i) {

@@ -7,6 +7,6 @@
 namespace vrq {
 
 constexpr u32 kMulxNeeds = cpu::kBmi2 | cpu::kAdx | cpu::kAvx2;
-extern const LimbKernel kMulxLimbs;
+extern const LimbKernel kMulxLimbs; // NOLINT(bugprone-dynamic-static-initializers)
 
 } // namespace vrq
