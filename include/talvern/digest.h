@@ -268,11 +268,6 @@ typedef struct VRQ_MDC2_DES_KEY {
 VRQ_API void init_MDC2_DES_KEY(VRQ_MDC2_DES_KEY* key, const uint8_t* user_key);
 VRQ_API void encrypt_MDC2_DES_Block(uint32_t* block, const VRQ_MDC2_DES_KEY* key);
 
-/* S-boxes of FIPS 46-3 joined with the permutation P (its output rotated left by one bit, as the
- * rounds hold their halves), and the odd-parity form of every byte. */
-VRQ_API extern const uint32_t MDC2_DES_SPBox[8][64];
-VRQ_API extern const uint8_t MDC2_DES_OddParityBit_Array[256];
-
 VRQ_END_C
 
 #endif /* TALVERN_DIGEST_H */
