@@ -231,6 +231,14 @@ TEST(BigintMod, EuclidWorksInPlace) {
     EXPECT_EQ(zero, vrq_Euclid(zero, c, nullptr));
     EXPECT_EQ("15", zero.hex());
     EXPECT_EQ(nullptr, vrq_Euclid(nullptr, c, nullptr));
+
+    VRQ_BIGINT* const padded = VRQ_HEX_To_BIGINT("000000000000000000000015");
+    Int r;
+    ASSERT_EQ(0U, vrq_Gcd_BIGINT(r, padded, VRQ_Value_Zero_BIGINT(), nullptr));
+    EXPECT_EQ(1, r->used) << "leading zeros go";
+    ASSERT_EQ(0U, vrq_Gcd_BIGINT(r, Int(), padded, nullptr));
+    EXPECT_EQ(1, r->used) << "leading zeros go";
+    VRQ_Free_BIGINT(padded);
 }
 
 // R is 2^(32 k) for k words, also for odd k, where the limbs below have a radix of their own.
