@@ -219,6 +219,8 @@ TEST(BigintMod, InverseEdges) {
     EXPECT_EQ("1", r.hex()) << "1 modulo an even number";
     EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int("3"), Int(), pool));
     EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int(), m, pool));
+    EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int("6"), Int("15"), pool));
+    EXPECT_EQ("1", r.hex()) << "refused calls change nothing";
 }
 
 TEST(BigintMod, EuclidWorksInPlace) {
