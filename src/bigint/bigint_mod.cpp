@@ -203,8 +203,11 @@ u32 VRQ_Mod_Inverse_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT*
 
 VRQ_BIGINT* vrq_Euclid(VRQ_BIGINT* a, VRQ_BIGINT* b, VRQ_BIGINT_POOL* pool) {
     if (a == nullptr || b == nullptr) return nullptr;
-    if (is_zero(*b)) return a;
-    if (is_zero(*a)) return VRQ_Copy_BIGINT(a, b) == 0 ? a : nullptr;
+    if (is_zero(*b) || is_zero(*a)) {
+        if (is_zero(*a) && VRQ_Copy_BIGINT(a, b) != 0) return nullptr;
+        set_used(*a, word_count(*a));
+        return a;
+    }
 
     Scratch<1> scratch(pool);
     const std::size_t n = larger(value_limbs(*a), value_limbs(*b));

@@ -99,7 +99,8 @@ u32 VRQ_Finish_BIGINT_Pool(VRQ_BIGINT_POOL* pool) {
     if (!has_open_frame(*pool)) return fail(VRQ_F_FINISH_BIGINT_POOL, VRQ_ERR_INTERNAL);
 
     u32& count = pool->frame_counts[pool->depth];
-    vrq_Release_BIGINT_POOL(pool, count);
+    // Fewer are out when records of the frame were released one by one.
+    vrq_Release_BIGINT_POOL(pool, count < pool->used ? count : pool->used);
     count = 0;
     pool->depth -= 1;
     return 0;

@@ -62,10 +62,13 @@ struct LimbKernelRow {
 // All rows, for tests and benchmarks; the last one is portable.
 std::span<const LimbKernelRow> limb_kernel_rows();
 
-// All ones when x is zero, else zero.
+// All ones when x is zero, else zero. The second barrier hides that there are but two values:
+// clang would branch on them in the reads of tables.
 inline u64 mask_if_zero(u64 x) {
     __asm__("" : "+r"(x));
-    return ((x | (0 - x)) >> 63) - 1;
+    u64 mask = ((x | (0 - x)) >> 63) - 1;
+    __asm__("" : "+r"(mask));
+    return mask;
 }
 
 // The additions of the row in use.

@@ -219,6 +219,8 @@ TEST(BigintMod, InverseEdges) {
     EXPECT_EQ("1", r.hex()) << "1 modulo an even number";
     EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int("3"), Int(), pool));
     EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int(), m, pool));
+    EXPECT_EQ(0x04070015U, VRQ_Mod_Inverse_BIGINT(r, Int("6"), Int("15"), pool));
+    EXPECT_EQ("1", r.hex()) << "refused calls change nothing";
 }
 
 TEST(BigintMod, EuclidWorksInPlace) {
@@ -231,6 +233,14 @@ TEST(BigintMod, EuclidWorksInPlace) {
     EXPECT_EQ(zero, vrq_Euclid(zero, c, nullptr));
     EXPECT_EQ("15", zero.hex());
     EXPECT_EQ(nullptr, vrq_Euclid(nullptr, c, nullptr));
+
+    VRQ_BIGINT* const padded = VRQ_HEX_To_BIGINT("000000000000000000000015");
+    Int r;
+    ASSERT_EQ(0U, vrq_Gcd_BIGINT(r, padded, VRQ_Value_Zero_BIGINT(), nullptr));
+    EXPECT_EQ(1, r->used) << "leading zeros go";
+    ASSERT_EQ(0U, vrq_Gcd_BIGINT(r, Int(), padded, nullptr));
+    EXPECT_EQ(1, r->used) << "leading zeros go";
+    VRQ_Free_BIGINT(padded);
 }
 
 // R is 2^(32 k) for k words, also for odd k, where the limbs below have a radix of their own.

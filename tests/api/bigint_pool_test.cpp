@@ -76,6 +76,16 @@ TEST_F(BigintPool, ReleaseCrossesBlocks) {
     EXPECT_EQ(24U, pool_->capacity);
 }
 
+TEST_F(BigintPool, FinishAfterReleaseTakesBackTheRest) {
+    ASSERT_EQ(0U, VRQ_Start_BIGINT_Pool(pool_));
+    VRQ_BIGINT* const first = take(3)[0];
+    ASSERT_EQ(0U, vrq_Release_BIGINT_POOL(pool_, 2));
+    ASSERT_EQ(0U, VRQ_Finish_BIGINT_Pool(pool_));
+    EXPECT_EQ(0U, pool_->used);
+    ASSERT_EQ(0U, VRQ_Start_BIGINT_Pool(pool_));
+    EXPECT_EQ(first, take(1)[0]);
+}
+
 TEST_F(BigintPool, Guards) {
     EXPECT_EQ(nullptr, VRQ_Get_BIGINT_Pool(pool_)) << "outside a frame";
     EXPECT_EQ(0x041C0028U, VRQ_Finish_BIGINT_Pool(pool_));
