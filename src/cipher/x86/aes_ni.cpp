@@ -3,8 +3,8 @@
 // key, so that a block costs its rounds and nothing else.
 #include "cipher/aes_engine.h"
 
-#include "cipher/x86/target.h"
 #include "foundation/wipe.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 

@@ -2,8 +2,8 @@
 // this file, a kernel defines SHA512_FEATURES, its instruction sets, BMI2 among them.
 #pragma once
 
-#include "digest/x86/target.h"
 #include "foundation/status.h"
+#include "foundation/x86_target.h"
 
 namespace vrq {
 
