@@ -3,7 +3,6 @@
 #include "cipher/aes_engine.h"
 
 #include "cipher/tables/aes.h"
-#include "cipher/tables/expand.h"
 #include "cipher/word_modes.h"
 
 #include <algorithm>
@@ -13,28 +12,11 @@ using namespace vrq;
 
 static_assert(sizeof(VRQ_AES_KEY) == 244 && offsetof(VRQ_AES_KEY, rounds) == 240);
 
-#define TABLE(name, entry) alignas(64) const u32 name[256] = {T256(aes_tables::entry)}
-TABLE(E_Table0, encrypt_entry<0>);
-TABLE(E_Table1, encrypt_entry<1>);
-TABLE(E_Table2, encrypt_entry<2>);
-TABLE(E_Table3, encrypt_entry<3>);
-TABLE(E_Table4_0, encrypt_last_entry<0>);
-TABLE(E_Table4_1, encrypt_last_entry<1>);
-TABLE(E_Table4_2, encrypt_last_entry<2>);
-TABLE(E_Table4_3, encrypt_last_entry<3>);
-TABLE(D_Table0, decrypt_entry<0>);
-TABLE(D_Table1, decrypt_entry<1>);
-TABLE(D_Table2, decrypt_entry<2>);
-TABLE(D_Table3, decrypt_entry<3>);
-TABLE(D_Table4, decrypt_last_entry);
-TABLE(K_Sched0, inverse_mix_entry<0>);
-TABLE(K_Sched1, inverse_mix_entry<1>);
-TABLE(K_Sched2, inverse_mix_entry<2>);
-TABLE(K_Sched3, inverse_mix_entry<3>);
-
 namespace vrq {
 
 namespace {
+
+using namespace aes_tables;
 
 constexpr u32 fail(u32 reason) {
     return make_status(VRQ_L_AES_INTERFACE, VRQ_F_INIT_AES_KEY, reason);
@@ -130,7 +112,7 @@ void expand(VRQ_AES_KEY& key, const u8* bytes, u32 length) {
         u32 word = w[i - 1];
         if (i % key_words == 0) {
             word = sub_word(word << 8 | word >> 24) ^ constant << 24;
-            constant = aes_tables::times(constant, 2);
+            constant = aes::doubled(constant);
         } else if (key_words == 8 && i % key_words == 4) {
             word = sub_word(word);
         }
