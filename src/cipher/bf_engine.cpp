@@ -5,6 +5,7 @@
 #include "cipher/tables/bf.h"
 #include "foundation/bytes.h"
 #include "foundation/ct.h"
+#include "foundation/scope.h"
 
 using namespace vrq;
 
@@ -105,6 +106,7 @@ u32 vrq_Init_Encrypt_BF_Key(const u8* key, i32 key_length, VRQ_BF_KEY* record) {
     }
 
     Halves x[1] = {};
+    const WipeOnExit guard(x);
     const auto replace = [&](u32* words, std::size_t count) {
         for (std::size_t i = 0; i < count; i += 2) {
             Blowfish::encrypt(*record, x);
