@@ -4,9 +4,9 @@
 
 #include "cipher/tables/aes.h"
 #include "cipher/word_modes.h"
+#include "foundation/fatal.h"
 
 #include <algorithm>
-#include <cassert>
 
 using namespace vrq;
 
@@ -156,10 +156,6 @@ constinit std::atomic<const AesKeyKernel*> g_key_kernel{nullptr};
 
 const AesKeyKernel& key_kernel() { return cpu::pick(kKeyKernels, g_key_kernel); }
 
-[[noreturn]] void refuse_null(unsigned line, const char* function) {
-    __assert_fail("in && out && key", "aes_engine.c", line, function);
-}
-
 } // namespace
 
 const BlockKernel<VRQ_AES_KEY>& AesEngine::kernel() { return cpu::pick(kKernels, g_kernel); }
@@ -182,11 +178,11 @@ u32 vrq_Init_Decrypt_AES_Key(const u8* key, i32 length, VRQ_AES_KEY* record) {
 }
 
 void vrq_AES_Encrypt_Block(const u8* in, u8* out, const VRQ_AES_KEY* key) {
-    if (in == nullptr || out == nullptr || key == nullptr) refuse_null(__LINE__, __func__);
+    require(in != nullptr && out != nullptr && key != nullptr, "in && out && key", "aes_engine.c");
     AesEngine::kernel().encrypt(*key, out, in, 1);
 }
 
 void vrq_AES_Decrypt_Block(const u8* in, u8* out, const VRQ_AES_KEY* key) {
-    if (in == nullptr || out == nullptr || key == nullptr) refuse_null(__LINE__, __func__);
+    require(in != nullptr && out != nullptr && key != nullptr, "in && out && key", "aes_engine.c");
     AesEngine::kernel().decrypt(*key, out, in, 1);
 }
