@@ -53,30 +53,6 @@ VRQ_API VRQ_MODE_ROUTINE vrq_Do_AES_CFB64;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_AES_OFB;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_AES_CTR;
 
-/* Tables of the portable implementation. Lane 0 is the top byte of a word.
- *   E_Table0 to E_Table3      SubBytes, ShiftRows and MixColumns of a byte in lane 0 to 3
- *   E_Table4_0 to E_Table4_3  its S-box value in lane 0 to 3
- *   D_Table0 to D_Table3      the inverse round of a byte in lane 0 to 3
- *   D_Table4                  the inverse S-box
- *   K_Sched0 to K_Sched3      InvMixColumns of a byte in lane 0 to 3 */
-VRQ_API extern const uint32_t E_Table0[256];
-VRQ_API extern const uint32_t E_Table1[256];
-VRQ_API extern const uint32_t E_Table2[256];
-VRQ_API extern const uint32_t E_Table3[256];
-VRQ_API extern const uint32_t E_Table4_0[256];
-VRQ_API extern const uint32_t E_Table4_1[256];
-VRQ_API extern const uint32_t E_Table4_2[256];
-VRQ_API extern const uint32_t E_Table4_3[256];
-VRQ_API extern const uint32_t D_Table0[256];
-VRQ_API extern const uint32_t D_Table1[256];
-VRQ_API extern const uint32_t D_Table2[256];
-VRQ_API extern const uint32_t D_Table3[256];
-VRQ_API extern const uint32_t D_Table4[256];
-VRQ_API extern const uint32_t K_Sched0[256];
-VRQ_API extern const uint32_t K_Sched1[256];
-VRQ_API extern const uint32_t K_Sched2[256];
-VRQ_API extern const uint32_t K_Sched3[256];
-
 VRQ_END_C
 
 #endif /* TALVERN_AES_H */

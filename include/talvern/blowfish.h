@@ -50,9 +50,6 @@ VRQ_API VRQ_MODE_ROUTINE vrq_Do_BF_CFB32;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_BF_OFB;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_BF_CTR;
 
-/* What key expansion starts from: the fractional part of pi. */
-VRQ_API extern const VRQ_BF_KEY bf_init;
-
 VRQ_END_C
 
 #endif /* TALVERN_BLOWFISH_H */

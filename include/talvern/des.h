@@ -84,28 +84,6 @@ VRQ_API VRQ_MODE_ROUTINE vrq_Do_DES_EDE_CFB32;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_DES_EDE_OFB;
 VRQ_API VRQ_MODE_ROUTINE vrq_Do_DES_EDE_CTR;
 
-/* Tables of FIPS 46-3.
- *   SPBox_1 to SPBox_8  S-box and permutation P of a 6-bit group, the result rotated left by one
- *                       bit: the implementation keeps both halves so
- *   PChoice_1           permuted choice 1, bits numbered from 1
- *   PChoice_2           permuted choice 2
- *   LCShitSchedule      left shifts of each round
- *   BitArray            masks of the bits of a byte, the top bit first
- *   bigbyte             masks of the 24 bits that the S-boxes take from each half of the key */
-VRQ_API extern const uint32_t SPBox_1[64];
-VRQ_API extern const uint32_t SPBox_2[64];
-VRQ_API extern const uint32_t SPBox_3[64];
-VRQ_API extern const uint32_t SPBox_4[64];
-VRQ_API extern const uint32_t SPBox_5[64];
-VRQ_API extern const uint32_t SPBox_6[64];
-VRQ_API extern const uint32_t SPBox_7[64];
-VRQ_API extern const uint32_t SPBox_8[64];
-VRQ_API extern const uint8_t PChoice_1[56];
-VRQ_API extern const uint8_t PChoice_2[48];
-VRQ_API extern const uint8_t LCShitSchedule[16];
-VRQ_API extern const uint8_t BitArray[8];
-VRQ_API extern const uint32_t bigbyte[24];
-
 VRQ_END_C
 
 #endif /* TALVERN_DES_H */

@@ -18,9 +18,6 @@ typedef struct VRQ_SEED_KEY {
     int32_t num_words;       /* 32 for a 128-bit key, 48 for a 256-bit key */
 } VRQ_SEED_KEY;
 
-/* The tables SS0 to SS3 of the standard: the S-boxes joined with the masks of the function G. */
-VRQ_API extern const uint32_t SEED_BOX[4][256];
-
 /* Expand a key of 16 (32) bytes. Always return 0; nothing happens when a pointer is null. */
 VRQ_API uint32_t vrq_Init_Encrypt_SEED_Key(const uint8_t* key, VRQ_SEED_KEY* record);
 VRQ_API uint32_t vrq_Init_Encrypt_SEED_Key_256(const uint8_t* key, VRQ_SEED_KEY* record);

@@ -3,38 +3,20 @@
 #include "cipher/aes_engine.h"
 
 #include "cipher/tables/aes.h"
-#include "cipher/tables/expand.h"
 #include "cipher/word_modes.h"
+#include "foundation/fatal.h"
 
 #include <algorithm>
-#include <cassert>
 
 using namespace vrq;
 
 static_assert(sizeof(VRQ_AES_KEY) == 244 && offsetof(VRQ_AES_KEY, rounds) == 240);
 
-#define TABLE(name, entry) alignas(64) const u32 name[256] = {T256(aes_tables::entry)}
-TABLE(E_Table0, encrypt_entry<0>);
-TABLE(E_Table1, encrypt_entry<1>);
-TABLE(E_Table2, encrypt_entry<2>);
-TABLE(E_Table3, encrypt_entry<3>);
-TABLE(E_Table4_0, encrypt_last_entry<0>);
-TABLE(E_Table4_1, encrypt_last_entry<1>);
-TABLE(E_Table4_2, encrypt_last_entry<2>);
-TABLE(E_Table4_3, encrypt_last_entry<3>);
-TABLE(D_Table0, decrypt_entry<0>);
-TABLE(D_Table1, decrypt_entry<1>);
-TABLE(D_Table2, decrypt_entry<2>);
-TABLE(D_Table3, decrypt_entry<3>);
-TABLE(D_Table4, decrypt_last_entry);
-TABLE(K_Sched0, inverse_mix_entry<0>);
-TABLE(K_Sched1, inverse_mix_entry<1>);
-TABLE(K_Sched2, inverse_mix_entry<2>);
-TABLE(K_Sched3, inverse_mix_entry<3>);
-
 namespace vrq {
 
 namespace {
+
+using namespace aes_tables;
 
 constexpr u32 fail(u32 reason) {
     return make_status(VRQ_L_AES_INTERFACE, VRQ_F_INIT_AES_KEY, reason);
@@ -130,7 +112,7 @@ void expand(VRQ_AES_KEY& key, const u8* bytes, u32 length) {
         u32 word = w[i - 1];
         if (i % key_words == 0) {
             word = sub_word(word << 8 | word >> 24) ^ constant << 24;
-            constant = aes_tables::times(constant, 2);
+            constant = aes::doubled(constant);
         } else if (key_words == 8 && i % key_words == 4) {
             word = sub_word(word);
         }
@@ -174,10 +156,6 @@ constinit std::atomic<const AesKeyKernel*> g_key_kernel{nullptr};
 
 const AesKeyKernel& key_kernel() { return cpu::pick(kKeyKernels, g_key_kernel); }
 
-[[noreturn]] void refuse_null(unsigned line, const char* function) {
-    __assert_fail("in && out && key", "aes_engine.c", line, function);
-}
-
 } // namespace
 
 const BlockKernel<VRQ_AES_KEY>& AesEngine::kernel() { return cpu::pick(kKernels, g_kernel); }
@@ -200,11 +178,11 @@ u32 vrq_Init_Decrypt_AES_Key(const u8* key, i32 length, VRQ_AES_KEY* record) {
 }
 
 void vrq_AES_Encrypt_Block(const u8* in, u8* out, const VRQ_AES_KEY* key) {
-    if (in == nullptr || out == nullptr || key == nullptr) refuse_null(__LINE__, __func__);
+    require(in != nullptr && out != nullptr && key != nullptr, "in && out && key", "aes_engine.c");
     AesEngine::kernel().encrypt(*key, out, in, 1);
 }
 
 void vrq_AES_Decrypt_Block(const u8* in, u8* out, const VRQ_AES_KEY* key) {
-    if (in == nullptr || out == nullptr || key == nullptr) refuse_null(__LINE__, __func__);
+    require(in != nullptr && out != nullptr && key != nullptr, "in && out && key", "aes_engine.c");
     AesEngine::kernel().decrypt(*key, out, in, 1);
 }

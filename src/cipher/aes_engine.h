@@ -40,6 +40,9 @@ inline u32 rounds(const VRQ_AES_KEY& key) {
     return key.rounds == 10 || key.rounds == 12 ? static_cast<u32>(key.rounds) : 14;
 }
 
+// The next round constant of the key expansion: times x in the field of FIPS 197, 4.2.
+constexpr u32 doubled(u32 constant) { return (constant << 1) ^ ((constant >> 7) * 0x11B); }
+
 #if defined(__x86_64__) && !defined(TALVERN_PORTABLE)
 
 void encrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);

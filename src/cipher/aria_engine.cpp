@@ -217,11 +217,11 @@ inline Words diffuse_key(const Words& x) {
 void turn_for_decryption(u8* round_keys, i32 rounds) {
     u8* low = round_keys;
     u8* high = round_keys + 16 * rounds;
-    const Words first = load_words_le(low);
-    store_words_le(low, load_words_le(high));
-    store_words_le(high, first);
+    std::swap_ranges(low, low + 16, high);
+    Words x;
+    const WipeOnExit guard(x);
     for (low += 16, high -= 16; low <= high; low += 16, high -= 16) {
-        const Words x = diffuse_key(load_words_le(low));
+        x = diffuse_key(load_words_le(low));
         store_words_le(low, diffuse_key(load_words_le(high)));
         store_words_le(high, x);
     }

@@ -2,16 +2,14 @@
 #include "cipher/bf_engine.h"
 
 #include "cipher/block64.h"
+#include "cipher/tables/bf.h"
 #include "foundation/bytes.h"
 #include "foundation/ct.h"
+#include "foundation/scope.h"
 
 using namespace vrq;
 
 static_assert(sizeof(VRQ_BF_KEY) == 4168 && offsetof(VRQ_BF_KEY, s) == 72);
-
-const VRQ_BF_KEY bf_init = {
-#include "cipher/tables/bf_pi.inc"
-};
 
 namespace vrq {
 
@@ -95,7 +93,7 @@ u32 vrq_Init_Encrypt_BF_Key(const u8* key, i32 key_length, VRQ_BF_KEY* record) {
     if (key == nullptr || key_length <= 0 || record == nullptr)
         return fail(VRQ_F_INIT_BF_KEY, VRQ_ERR_INVALID_INPUT);
 
-    *record = bf_init;
+    *record = bf_tables::bf_init;
     const auto length = static_cast<u32>(key_length);
     u32 at = 0;
     for (u32& word : record->p) {
@@ -108,6 +106,7 @@ u32 vrq_Init_Encrypt_BF_Key(const u8* key, i32 key_length, VRQ_BF_KEY* record) {
     }
 
     Halves x[1] = {};
+    const WipeOnExit guard(x);
     const auto replace = [&](u32* words, std::size_t count) {
         for (std::size_t i = 0; i < count; i += 2) {
             Blowfish::encrypt(*record, x);

@@ -6,7 +6,6 @@
 
 #include "cipher/block64.h"
 #include "cipher/tables/des.h"
-#include "cipher/tables/expand.h"
 #include "foundation/bytes.h"
 #include "foundation/ct.h"
 
@@ -16,28 +15,6 @@
 using namespace vrq;
 
 static_assert(sizeof(VRQ_DES_KEY) == 128 && sizeof(VRQ_DES_EDE_KEY) == 384);
-
-#define TABLE(number) const u32 SPBox_##number[64] = {T64(des_tables::box_entry<(number)-1>, 0)}
-TABLE(1);
-TABLE(2);
-TABLE(3);
-TABLE(4);
-TABLE(5);
-TABLE(6);
-TABLE(7);
-TABLE(8);
-
-#define CHOICE_1(i) des_tables::kChoice1[i]
-#define CHOICE_2(i) des_tables::kChoice2[i]
-#define SHIFT(i) des_tables::kShifts[i]
-#define BYTE_BIT(i) (0x80 >> (i))
-#define HALF_BIT(i) (0x800000U >> (i))
-const u8 PChoice_1[56] = {T16(CHOICE_1, 0), T16(CHOICE_1, 16), T16(CHOICE_1, 32), T4(CHOICE_1, 48),
-                          T4(CHOICE_1, 52)};
-const u8 PChoice_2[48] = {T16(CHOICE_2, 0), T16(CHOICE_2, 16), T16(CHOICE_2, 32)};
-const u8 LCShitSchedule[16] = {T16(SHIFT, 0)};
-const u8 BitArray[8] = {T4(BYTE_BIT, 0), T4(BYTE_BIT, 4)};
-const u32 bigbyte[24] = {T16(HALF_BIT, 0), T4(HALF_BIT, 16), T4(HALF_BIT, 20)};
 
 namespace vrq {
 
@@ -219,7 +196,7 @@ u64 choose_2(u64 halves) {
 void expand(const u8* key, VRQ_DES_KEY& record, bool encrypt) {
     u64 halves = choose_1(key);
     for (u32 round = 0; round < 16; ++round) {
-        halves = rotate_halves(halves, des_tables::kShifts[round]);
+        halves = rotate_halves(halves, des_tables::LCShitSchedule[round]);
         const u64 words = choose_2(halves);
         u32* round_key = record.round_keys[encrypt ? round : 15 - round];
         round_key[0] = static_cast<u32>(words);
@@ -265,6 +242,7 @@ void vrq_DES_Encrypt_Block(const u8* in, u8* out, const VRQ_DES_KEY* key) {
 void vrq_DES_Encrypt_Block2(const u8* in, u8* out, const VRQ_DES_KEY* key) {
     if (in == nullptr || out == nullptr || key == nullptr) return;
 
+    using namespace des_tables;
     Halves x = permute(load_le<u64>(in));
     for (const u32* round_key : key->round_keys) {
         const u32 odd = std::rotr(x.right, 4) ^ round_key[0];

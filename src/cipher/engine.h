@@ -50,47 +50,4 @@ constexpr ModeCodes kModesFrom3{3, 4, 5, 6, 7}; // AES, ARIA, Blowfish, LEA
 constexpr ModeCodes kModesFrom2{2, 3, 4, 5, 6}; // DES, triple DES, RC5, RC2
 constexpr ModeCodes kModesOfSeed{5, 3, 4, 6, 7};
 
-// The serial functions of a kernel from the inlined encryption of one block. Block supplies the
-// types and constants of its engine:
-//   using Key; static constexpr std::size_t kBlock;
-//   static void encrypt_block(const Key& key, u8* out, const u8* in);   (in place allowed)
-template <class Block>
-struct Serial {
-    using Key = typename Block::Key;
-    static constexpr std::size_t kBlock = Block::kBlock;
-
-    static void xor_block(u8* out, const u8* a, const u8* b) {
-        using Lane [[gnu::vector_size(kBlock)]] = u8;
-        Lane x;
-        Lane y;
-        std::memcpy(&x, a, kBlock);
-        std::memcpy(&y, b, kBlock);
-        x ^= y;
-        std::memcpy(out, &x, kBlock);
-    }
-
-    static void cbc_encrypt(const Key& key, u8* chain, u8* out, const u8* in, std::size_t blocks) {
-        for (; blocks != 0; --blocks, in += kBlock, out += kBlock) {
-            xor_block(chain, chain, in);
-            Block::encrypt_block(key, chain, chain);
-            std::memcpy(out, chain, kBlock);
-        }
-    }
-
-    static void cfb_encrypt(const Key& key, u8* chain, u8* out, const u8* in, std::size_t blocks) {
-        for (; blocks != 0; --blocks, in += kBlock, out += kBlock) {
-            Block::encrypt_block(key, chain, chain);
-            xor_block(chain, chain, in);
-            std::memcpy(out, chain, kBlock);
-        }
-    }
-
-    static void ofb(const Key& key, u8* chain, u8* out, const u8* in, std::size_t blocks) {
-        for (; blocks != 0; --blocks, in += kBlock, out += kBlock) {
-            Block::encrypt_block(key, chain, chain);
-            xor_block(out, in, chain);
-        }
-    }
-};
-
 } // namespace vrq

@@ -13,14 +13,6 @@
 
 using namespace vrq;
 
-// The exported table is a second name of one that the engine itself reaches without indirection.
-extern "C" {
-[[gnu::visibility("hidden")]] extern const seed::Tables talvern_seed_tables;
-alignas(64) constinit const seed::Tables talvern_seed_tables = seed::make_tables();
-[[gnu::alias("talvern_seed_tables")]] extern const uint32_t SEED_BOX[4][256];
-}
-
-static_assert(sizeof(seed::Tables) == sizeof SEED_BOX);
 static_assert(sizeof(VRQ_SEED_KEY) == 196);
 static_assert(offsetof(VRQ_SEED_KEY, num_words) == 192);
 
@@ -34,7 +26,7 @@ inline u32 words_in_use(const VRQ_SEED_KEY& key) {
 }
 
 inline u32 g(u32 x) {
-    const auto& ss = talvern_seed_tables.ss;
+    const seed::Tables& ss = seed::SEED_BOX;
     return ss[0][x & 0xFF] ^ ss[1][x >> 8 & 0xFF] ^ ss[2][x >> 16 & 0xFF] ^ ss[3][x >> 24];
 }
 

@@ -1,5 +1,6 @@
 // AES kernels of this processor against the portable one, and the exported tables.
 #include "cipher/aes_engine.h"
+#include "cipher/tables/aes.h"
 
 #include "harness/vectors.h"
 
@@ -194,6 +195,7 @@ TEST(AesKernels, AnyRoundCountStaysInsideTheRecord) {
 }
 
 TEST(AesTables, FollowFromTheSBox) {
+    using namespace vrq::aes_tables;
     EXPECT_EQ(0xC66363A5U, E_Table0[0]);
     EXPECT_EQ(0x16U, E_Table4_3[0xFF]);
     EXPECT_EQ(0x7DU, D_Table4[0xFF]);

@@ -3,6 +3,7 @@
 #include "cipher/aria_engine.h"
 #include "cipher/lea_engine.h"
 #include "cipher/seed_engine.h"
+#include "cipher/tables/seed.h"
 #include "foundation/cpu.h"
 #include "harness/vectors.h"
 
@@ -426,8 +427,8 @@ TEST(SeedBox, HoldsTheTablesOfTheStandard) {
                                       {0xA1A82989, 0x92981A8A},
                                       {0x08303838, 0x87B3B437}};
     for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(ends[i][0], SEED_BOX[i][0]);
-        EXPECT_EQ(ends[i][1], SEED_BOX[i][255]);
+        EXPECT_EQ(ends[i][0], vrq::seed::SEED_BOX[i][0]);
+        EXPECT_EQ(ends[i][1], vrq::seed::SEED_BOX[i][255]);
     }
 }
 

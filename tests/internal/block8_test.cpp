@@ -5,6 +5,8 @@
 #include "cipher/des_engine.h"
 #include "cipher/rc2_engine.h"
 #include "cipher/rc5_engine.h"
+#include "cipher/tables/bf.h"
+#include "cipher/tables/des.h"
 #include "foundation/bytes.h"
 #include "foundation/cpu.h"
 #include "harness/vectors.h"
@@ -388,8 +390,9 @@ TEST(Block8Peers, AgreesWithLibcrypto) {
     expect_as_libcrypto<Blowfish>(libcrypto, "BF-ECB", 16);
 }
 
-// FIPS 46-3 bit by bit, from the exported tables.
+// FIPS 46-3 bit by bit.
 VRQ_DES_KEY expand_by_bits(const Bytes& key) {
+    using namespace vrq::des_tables;
     bool chosen[56];
     for (std::size_t i = 0; i < 56; ++i) {
         const std::size_t bit = PChoice_1[i] - 1U;
@@ -587,8 +590,8 @@ TEST(BlowfishKey, Statuses) {
     EXPECT_EQ(kInvalid, vrq_Init_Encrypt_BF_Key(bytes.data(), -1, key.get()));
     EXPECT_EQ(kInvalid, vrq_Init_Encrypt_BF_Key(bytes.data(), 16, nullptr));
     EXPECT_EQ(0U, key->p[0]);
-    EXPECT_EQ(0x243F6A88U, bf_init.p[0]);
-    EXPECT_EQ(0x3AC372E6U, bf_init.s[3][255]);
+    EXPECT_EQ(0x243F6A88U, vrq::bf_tables::bf_init.p[0]);
+    EXPECT_EQ(0x3AC372E6U, vrq::bf_tables::bf_init.s[3][255]);
 }
 
 template <class Word, class Record>

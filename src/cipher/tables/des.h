@@ -5,6 +5,7 @@
 // the groups of the odd S-boxes there.
 #pragma once
 
+#include "cipher/tables/expand.h"
 #include "foundation/status.h"
 
 #include <bit>
@@ -13,16 +14,27 @@ namespace vrq::des_tables {
 
 // The standard's tables number bits from 1, the leftmost.
 
-inline constexpr u8 kChoice1[56] = {57, 49, 41, 33, 25, 17, 9,  1,  58, 50, 42, 34, 26, 18,
-                                    10, 2,  59, 51, 43, 35, 27, 19, 11, 3,  60, 52, 44, 36,
-                                    63, 55, 47, 39, 31, 23, 15, 7,  62, 54, 46, 38, 30, 22,
-                                    14, 6,  61, 53, 45, 37, 29, 21, 13, 5,  28, 20, 12, 4};
+// Permuted choice 1 and 2, and the left shifts of each round.
 
-inline constexpr u8 kChoice2[48] = {14, 17, 11, 24, 1,  5,  3,  28, 15, 6,  21, 10, 23, 19, 12, 4,
-                                    26, 8,  16, 7,  27, 20, 13, 2,  41, 52, 31, 37, 47, 55, 30, 40,
-                                    51, 45, 33, 48, 44, 49, 39, 56, 34, 53, 46, 42, 50, 36, 29, 32};
+inline constexpr u8 PChoice_1[56] = {57, 49, 41, 33, 25, 17, 9,  1,  58, 50, 42, 34, 26, 18,
+                                     10, 2,  59, 51, 43, 35, 27, 19, 11, 3,  60, 52, 44, 36,
+                                     63, 55, 47, 39, 31, 23, 15, 7,  62, 54, 46, 38, 30, 22,
+                                     14, 6,  61, 53, 45, 37, 29, 21, 13, 5,  28, 20, 12, 4};
 
-inline constexpr u8 kShifts[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1};
+inline constexpr u8 PChoice_2[48] = {
+    14, 17, 11, 24, 1,  5,  3,  28, 15, 6,  21, 10, 23, 19, 12, 4,  26, 8,  16, 7,  27, 20, 13, 2,
+    41, 52, 31, 37, 47, 55, 30, 40, 51, 45, 33, 48, 44, 49, 39, 56, 34, 53, 46, 42, 50, 36, 29, 32};
+
+inline constexpr u8 LCShitSchedule[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1};
+
+// Masks of the bits of a key byte, and of the 24 bits that the S-boxes take from each half.
+
+consteval u8 byte_bit(u32 i) { return static_cast<u8>(0x80U >> i); }
+consteval u32 half_bit(u32 i) { return 0x800000U >> i; }
+
+inline constexpr u8 BitArray[8] = {T4(byte_bit, 0), T4(byte_bit, 4)};
+
+inline constexpr u32 bigbyte[24] = {T16(half_bit, 0), T4(half_bit, 16), T4(half_bit, 20)};
 
 inline constexpr u8 kPermutation[32] = {16, 7, 20, 21, 29, 12, 28, 17, 1,  15, 23,
                                         26, 5, 18, 31, 10, 2,  8,  24, 14, 32, 27,
@@ -115,11 +127,24 @@ consteval KeyPieces make_key_pieces() {
     for (u32 bit = 0; bit < 48; ++bit) {
         const u32 group = bit / 6;
         const u32 place = 24 - 8 * (group / 2) + 5 - bit % 6 + 32 * (group % 2);
-        const u32 source = kChoice2[bit] - 1U;
+        const u32 source = PChoice_2[bit] - 1U;
         for (u32 value = 0; value < 128; ++value)
             pieces.piece[source / 7][value] |= u64{value >> (6 - source % 7) & 1} << place;
     }
     return pieces;
 }
+
+#define DES_BOX(number) inline constexpr u32 SPBox_##number[64] = {T64(box_entry<(number)-1>, 0)}
+
+DES_BOX(1);
+DES_BOX(2);
+DES_BOX(3);
+DES_BOX(4);
+DES_BOX(5);
+DES_BOX(6);
+DES_BOX(7);
+DES_BOX(8);
+
+#undef DES_BOX
 
 } // namespace vrq::des_tables

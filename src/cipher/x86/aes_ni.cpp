@@ -3,8 +3,8 @@
 // key, so that a block costs its rounds and nothing else.
 #include "cipher/aes_engine.h"
 
-#include "cipher/x86/target.h"
 #include "foundation/wipe.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 
@@ -251,8 +251,6 @@ NI_INLINE Block substitute(Block repeated, u32 constant) {
 // Word 3 (or 1) of x, rotated by a byte, in all columns.
 NI_INLINE Block rotated_word3(Block x) { return _mm_shuffle_epi8(x, _mm_set1_epi32(0x0C0F0E0D)); }
 NI_INLINE Block rotated_word1(Block x) { return _mm_shuffle_epi8(x, _mm_set1_epi32(0x04070605)); }
-
-constexpr u32 doubled(u32 constant) { return (constant << 1) ^ ((constant >> 7) * 0x11B); }
 
 NI void expand_128(u32* w, const u8* bytes) {
     Block x = load(bytes);

@@ -3,9 +3,9 @@
 // one masked.
 #include "cipher/aes_engine.h"
 
-#include "cipher/x86/target.h"
 #include "foundation/bytes.h"
 #include "foundation/wipe.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 

@@ -2,7 +2,7 @@
 // permutation then puts any choice of bits together, so a round key is one permutation.
 #include "digest/mdc2_des.h"
 #include "digest/mdc2_kernels.h"
-#include "digest/x86/target.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 

@@ -2,7 +2,7 @@
 // each, six cycles of latency.
 #include "digest/sha_kernels.h"
 
-#include "digest/x86/target.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 

@@ -4,7 +4,7 @@
 #define SHA512_FEATURES "avx,avx2,bmi,bmi2"
 
 #include "digest/sha_kernels.h"
-#include "digest/x86/target.h"
+#include "foundation/x86_target.h"
 #include "foundation/wipe.h"
 
 #include <immintrin.h>
