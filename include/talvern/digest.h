@@ -165,13 +165,15 @@ typedef struct VRQ_SHA512_CTX {
 
 /* The SHA engines. Init returns a self-test status if the self tests fail.
  * Return 0, or VRQ_L_SHA with the function's code and
- *   VRQ_ERR_NULL_INPUT             null context, data (also for length 0) or out; in Update of
- * SHA-1 and SHA-512 also a block fill above the block length VRQ_ERR_BUF_TOO_SMALL          SHA-256
- * Update: block fill above 64; SHA-1 Final: above 63 VRQ_ERR_SUB_OPERATION_FAILURE  staging fill
- * above the block length; Final of SHA-256 and SHA-512 also: block fill not below it
- *   VRQ_ERR_UPDATE_FAILURE         SHA-224 and SHA-384, for any failure of the wider engine's
- * Update VRQ_ERR_FINAL_FAILURE          SHA-224, for any failure of SHA-256's Final; SHA-384 passes
- * on the status of SHA-512's Final, with its function code */
+ *   VRQ_ERR_NULL_INPUT             null context, data (also for length 0) or out; Update of SHA-1
+ *                                  and SHA-512 also: block fill above the block length
+ *   VRQ_ERR_BUF_TOO_SMALL          block fill above 64 in Update of SHA-256, above 63 in Final of
+ *                                  SHA-1
+ *   VRQ_ERR_SUB_OPERATION_FAILURE  staging fill above the block length; Final of SHA-256 and
+ *                                  SHA-512 also: block fill not below it
+ *   VRQ_ERR_UPDATE_FAILURE         SHA-224 and SHA-384: the wider engine's Update failed
+ *   VRQ_ERR_FINAL_FAILURE          SHA-224: SHA-256's Final failed; SHA-384 passes on the status of
+ *                                  SHA-512's Final, with its function code */
 VRQ_API uint32_t vrq_Init_SHA1(void* context);
 VRQ_API uint32_t vrq_Update_SHA1(void* context, const uint8_t* data, uint32_t length);
 VRQ_API uint32_t vrq_Final_SHA1(void* context, uint8_t* out);
@@ -267,11 +269,6 @@ typedef struct VRQ_MDC2_DES_KEY {
  * ignored. */
 VRQ_API void init_MDC2_DES_KEY(VRQ_MDC2_DES_KEY* key, const uint8_t* user_key);
 VRQ_API void encrypt_MDC2_DES_Block(uint32_t* block, const VRQ_MDC2_DES_KEY* key);
-
-/* S-boxes of FIPS 46-3 joined with the permutation P (its output rotated left by one bit, as the
- * rounds hold their halves), and the odd-parity form of every byte. */
-VRQ_API extern const uint32_t MDC2_DES_SPBox[8][64];
-VRQ_API extern const uint8_t MDC2_DES_OddParityBit_Array[256];
 
 VRQ_END_C
 

@@ -67,7 +67,7 @@ VRQ_API uint32_t VRQ_Update_HMAC(VRQ_HMAC_UNIT* unit, const uint8_t* data, int32
  *   out_length  receives the digest length; may be null
  * Only Update restores the keyed state: a Final that follows a Final with no Update between is not
  * the MAC of the empty message, its inner hash is unkeyed. Callers rely on that value; never take
- * it for a MAC.
+ * it for a MAC. After a failure the unit stands inside the outer hash: initialise it again.
  * Returns 0, or VRQ_L_HMAC / VRQ_F_FINAL_HMAC with
  *   VRQ_ERR_NULL_INPUT          null unit, or one never initialised
  *   VRQ_ERR_FINAL_DIGEST_FAIL   null out, or the digest refused

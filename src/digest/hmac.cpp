@@ -27,7 +27,7 @@ constexpr u8 kInnerPad = 0x36;
 constexpr u8 kOuterPad = 0x5C;
 constexpr char kNamePrefix[] = "HMAC_";
 
-enum Phase : u32 { kInitialised = 1, kUpdating = 2, kFinalised = 3 };
+enum Phase : u32 { kAfterInit = 1, kAfterUpdate = 2, kAfterFinal = 3 };
 
 // Fills the key block; a key longer than a block is replaced by its digest.
 u32 set_key_block(VRQ_HMAC_UNIT& unit, const u8* key, u32 key_length) {
@@ -89,6 +89,22 @@ void resume(VRQ_HMAC_UNIT& unit, const void* state) {
     std::memcpy(unit.digest->context, state, unit.state_size);
 }
 
+// The inner hash, then the outer hash of it.
+u32 finish(VRQ_HMAC_UNIT& unit, u8* out, u32* out_length) {
+    SecretBytes<VRQ_MAX_DIGEST_LENGTH> inner;
+    u32 inner_length = 0;
+    if (VRQ_Final_DIGEST(unit.digest, inner.data(), &inner_length) != 0)
+        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_FINAL_DIGEST_FAIL);
+    resume(unit, unit.outer_state);
+    if (VRQ_Update_DIGEST(unit.digest, inner.data(), static_cast<i32>(inner_length)) != 0)
+        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_UPDATE_DIGEST_FAIL);
+    if (VRQ_Final_DIGEST(unit.digest, out, out_length) != 0)
+        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_FINAL_DIGEST_FAIL);
+    // Only Update restores the inner state; callers rely on what a second Final gives.
+    unit.phase = kAfterFinal;
+    return 0;
+}
+
 bool is_ready(const VRQ_HMAC_UNIT* unit) {
     return unit != nullptr && unit->inner_state != nullptr && unit->outer_state != nullptr;
 }
@@ -111,7 +127,7 @@ u32 VRQ_Init_HMAC(VRQ_HMAC_UNIT* unit, u32 algorithm, const u8* key, u32 key_len
     unit->algorithm = algorithm | VRQ_ID_HMAC;
 
     unit->digest = vrq_New_DIGEST_Unit_Ex(unit->restricted);
-    unit->phase = kInitialised;
+    unit->phase = kAfterInit;
     if (VRQ_Init_DIGEST(unit->digest, algorithm) != 0)
         return fail(VRQ_F_INIT_HMAC, VRQ_ERR_INIT_DIGEST_FAIL);
 
@@ -121,6 +137,7 @@ u32 VRQ_Init_HMAC(VRQ_HMAC_UNIT* unit, u32 algorithm, const u8* key, u32 key_len
     if (!is_ready(unit)) return fail(VRQ_F_INIT_HMAC, VRQ_ERR_SUB_OPERATION_FAILURE);
 
     const u32 s = make_states(*unit, key, key_length);
+    wipe_stack();
     if (s != 0) drop_states(*unit);
     return s;
 }
@@ -128,31 +145,21 @@ u32 VRQ_Init_HMAC(VRQ_HMAC_UNIT* unit, u32 algorithm, const u8* key, u32 key_len
 u32 VRQ_Update_HMAC(VRQ_HMAC_UNIT* unit, const u8* data, i32 length) {
     if (!is_ready(unit)) return fail(VRQ_F_UPDATE_HMAC, VRQ_ERR_NULL_INPUT);
     if (length <= 0) return fail(VRQ_F_UPDATE_HMAC, VRQ_ERR_INVALID_INPUT);
-    if (unit->phase == kFinalised) {
+    if (unit->phase == kAfterFinal) {
         resume(*unit, unit->inner_state);
-        unit->phase = kInitialised;
+        unit->phase = kAfterInit;
     }
     if (VRQ_Update_DIGEST(unit->digest, data, length) != 0)
         return fail(VRQ_F_UPDATE_HMAC, VRQ_ERR_UPDATE_DIGEST_FAIL);
-    unit->phase = kUpdating;
+    unit->phase = kAfterUpdate;
     return 0;
 }
 
 u32 VRQ_Final_HMAC(VRQ_HMAC_UNIT* unit, u8* out, u32* out_length) {
     if (!is_ready(unit)) return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_NULL_INPUT);
-
-    SecretBytes<VRQ_MAX_DIGEST_LENGTH> inner;
-    u32 inner_length = 0;
-    if (VRQ_Final_DIGEST(unit->digest, inner.data(), &inner_length) != 0)
-        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_FINAL_DIGEST_FAIL);
-    resume(*unit, unit->outer_state);
-    if (VRQ_Update_DIGEST(unit->digest, inner.data(), static_cast<i32>(inner_length)) != 0)
-        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_UPDATE_DIGEST_FAIL);
-    if (VRQ_Final_DIGEST(unit->digest, out, out_length) != 0)
-        return fail(VRQ_F_FINAL_HMAC, VRQ_ERR_FINAL_DIGEST_FAIL);
-    // Only Update restores the inner state; callers rely on what a second Final gives.
-    unit->phase = kFinalised;
-    return 0;
+    const u32 s = finish(*unit, out, out_length);
+    wipe_stack();
+    return s;
 }
 
 void VRQ_Clean_HMAC_Unit(VRQ_HMAC_UNIT* unit) {
@@ -160,6 +167,7 @@ void VRQ_Clean_HMAC_Unit(VRQ_HMAC_UNIT* unit) {
     VRQ_Free_DIGEST_Unit(unit->digest);
     drop_states(*unit);
     clear_record(*unit);
+    wipe_stack(); // of a message that no Final ended
 }
 
 void VRQ_Free_HMAC_Unit(VRQ_HMAC_UNIT* unit) {

@@ -14,6 +14,9 @@
 
 using namespace vrq;
 
+alignas(64) constinit const mdc2_des::SpBoxes vrq::MDC2_DES_SPBox = mdc2_des::sp_boxes();
+constinit const std::array<u8, 256> vrq::MDC2_DES_OddParityBit_Array = mdc2_des::odd_parity();
+
 namespace {
 
 constexpr u32 fail(u32 function, u32 reason) { return make_status(VRQ_L_MDC2, function, reason); }
@@ -156,26 +159,6 @@ void vrq::mdc2_round_keys_portable(VRQ_MDC2_DES_KEY& key, u64 user_key) {
         key.round_key[round][1] = static_cast<u32>(both);
     }
 }
-
-// A C array cannot be returned by a function, so the entries are listed by their indices.
-#define SP_4(box, in)                                                                              \
-    mdc2_des::sp_entry(box, in), mdc2_des::sp_entry(box, (in) + 1),                                \
-        mdc2_des::sp_entry(box, (in) + 2), mdc2_des::sp_entry(box, (in) + 3)
-#define SP_16(box, in) SP_4(box, in), SP_4(box, (in) + 4), SP_4(box, (in) + 8), SP_4(box, (in) + 12)
-#define SP_BOX(box)                                                                                \
-    { SP_16(box, 0), SP_16(box, 16), SP_16(box, 32), SP_16(box, 48) }
-
-alignas(64) constinit const u32 MDC2_DES_SPBox[8][64] = {
-    SP_BOX(0), SP_BOX(1), SP_BOX(2), SP_BOX(3), SP_BOX(4), SP_BOX(5), SP_BOX(6), SP_BOX(7)};
-
-// Every byte with its lowest bit set so that the number of ones is odd.
-#define ODD(byte) ((byte)&0xFE) | (std::popcount(static_cast<unsigned>((byte)&0xFE)) % 2 == 0)
-#define ODD_4(byte) ODD(byte), ODD((byte) + 1), ODD((byte) + 2), ODD((byte) + 3)
-#define ODD_16(byte) ODD_4(byte), ODD_4((byte) + 4), ODD_4((byte) + 8), ODD_4((byte) + 12)
-#define ODD_64(byte) ODD_16(byte), ODD_16((byte) + 16), ODD_16((byte) + 32), ODD_16((byte) + 48)
-
-constinit const u8 MDC2_DES_OddParityBit_Array[256] = {ODD_64(0), ODD_64(64), ODD_64(128),
-                                                       ODD_64(192)};
 
 void init_MDC2_DES_KEY(VRQ_MDC2_DES_KEY* key, const u8* user_key) {
     if (key == nullptr || user_key == nullptr) return;

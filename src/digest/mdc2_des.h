@@ -67,6 +67,26 @@ consteval u32 sp_entry(std::size_t box, std::size_t in) {
     return std::rotl(permuted, 1);
 }
 
+using SpBoxes = std::array<std::array<u32, 64>, 8>;
+
+consteval SpBoxes sp_boxes() {
+    SpBoxes boxes{};
+    for (std::size_t box = 0; box < 8; ++box) {
+        for (std::size_t in = 0; in < 64; ++in) boxes[box][in] = sp_entry(box, in);
+    }
+    return boxes;
+}
+
+// Every byte with its lowest bit set so that the number of ones is odd.
+consteval std::array<u8, 256> odd_parity() {
+    std::array<u8, 256> odd{};
+    for (std::size_t byte = 0; byte < 256; ++byte) {
+        const std::size_t key_bits = byte & 0xFE;
+        odd[byte] = static_cast<u8>(key_bits | (std::popcount(key_bits) % 2 == 0 ? 1 : 0));
+    }
+    return odd;
+}
+
 // Where bit `bit` (from 0) of a round key stands in the pair of words, the first word on top.
 constexpr int round_key_shift(std::size_t bit) {
     const std::size_t box = bit / 6;
@@ -90,3 +110,11 @@ consteval Choice2Table choice2_table() {
 }
 
 } // namespace vrq::mdc2_des
+
+namespace vrq {
+
+// The S-boxes joined with P, and the odd-parity form of every key byte, which MDC-2 defines and DES ignores.
+extern const mdc2_des::SpBoxes MDC2_DES_SPBox;
+extern const std::array<u8, 256> MDC2_DES_OddParityBit_Array;
+
+} // namespace vrq

@@ -29,7 +29,6 @@ void sha512_portable(u64* state, const u8* data, std::size_t blocks);
 void sha1_ni(u32* state, const u8* data, std::size_t blocks);
 void sha256_ni(u32* state, const u8* data, std::size_t blocks);
 void sha512_avx2(u64* state, const u8* data, std::size_t blocks);
-void sha512_avx512(u64* state, const u8* data, std::size_t blocks);
 
 inline constexpr HashKernel<u32> kSha1Kernels[] = {{cpu::kShaNi | cpu::kSsse3, "sha-ni", sha1_ni},
                                                    {0, "portable", sha1_portable}};

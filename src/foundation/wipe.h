@@ -21,4 +21,11 @@ void wipe_object(T& object) {
     wipe(&object, sizeof object);
 }
 
+// Wipes the stack below the caller's frame: there, functions that have returned may have kept words of a
+// secret for which they had no register. 1 KiB covers the hash functions and the calls that lead to them.
+[[gnu::noinline]] inline void wipe_stack() {
+    unsigned char below[1024];
+    wipe(below, sizeof below);
+}
+
 } // namespace vrq

@@ -148,6 +148,16 @@ TEST(Hmac, EmptyMessageIsFinalRightAfterInit) {
     EXPECT_EQ(outer_hash(row, key, inner_hash(row, key, {})), final_mac(unit.get()));
 }
 
+TEST(Hmac, FailedFinalStaysInsideTheOuterHash) {
+    const DigestCase& row = digest_case("SHA-256");
+    const Bytes key(20, 0x0B);
+    const HmacUnit unit = hmac_unit(row.id, key);
+    EXPECT_EQ(0x0F030018U, VRQ_Final_HMAC(unit.get(), nullptr, nullptr));
+    EXPECT_EQ(1U, unit->phase);
+    const Bytes mac = outer_hash(row, key, inner_hash(row, key, {}));
+    EXPECT_EQ(outer_hash(row, key, mac), final_mac(unit.get()));
+}
+
 TEST(Hmac, Statuses) {
     const uint8_t data[200] = {};
     uint8_t out[64];

@@ -1,9 +1,12 @@
 // Every hash kernel that this processor allows, against the portable one.
+#include "digest/mdc2_des.h"
 #include "digest/mdc2_kernels.h"
 #include "digest/sha_kernels.h"
 #include "harness/vectors.h"
 
 #include <gtest/gtest.h>
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/des.h>
 
 #include <array>
 #include <cstring>
@@ -71,6 +74,15 @@ TEST(Mdc2Kernels, RoundKeysAgree) {
             row.set(key, user_key);
             ASSERT_EQ(0, std::memcmp(&expected, &key, sizeof key)) << row.name << ", key " << i;
         }
+    }
+}
+
+TEST(Mdc2Tables, OddParityAgreesWithAnotherLibrary) {
+    for (std::size_t byte = 0; byte < 256; ++byte) {
+        DES_cblock parity = {};
+        parity[0] = static_cast<vrq::u8>(byte);
+        DES_set_odd_parity(&parity);
+        EXPECT_EQ(parity[0], vrq::MDC2_DES_OddParityBit_Array[byte]);
     }
 }
 
