@@ -160,7 +160,7 @@ VRQ_API void VRQ_Clean_BLOCK_CIPHER_Unit(VRQ_BLOCK_CIPHER_UNIT* unit);
 VRQ_API void VRQ_Free_BLOCK_CIPHER_Unit(VRQ_BLOCK_CIPHER_UNIT* unit);
 
 /* Binds algorithm, mode, padding, key, IV and direction. A unit that was initialised before is
- * cleaned first; after a failure, Init must succeed before the unit is used.
+ * cleaned first; after a failure, Update refuses until an Init succeeds.
  *   identifier  see above
  *   key         of the algorithm's key length. AES, Blowfish, RC5 and RC2 refuse null; the other
  *               engines accept it and leave a schedule of zeros, which protects nothing.

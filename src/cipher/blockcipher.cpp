@@ -40,6 +40,14 @@ bool is_block_mode(const Unit& unit) {
     return unit.mode == VRQ_MODE_ECB || unit.mode == VRQ_MODE_CBC;
 }
 
+// Whether what waits fits its buffer and leaves room to complete a block. Only a record whose fields
+// were changed says no.
+bool holds_partial_block(const Unit& unit) {
+    const i32 block = unit.block_length;
+    return block >= 1 && block <= kMaxBlock && unit.pending_count >= 0 &&
+           unit.pending_count < block;
+}
+
 // The mode routine; a unit that is not bound has none. Returns whether it ran.
 bool run_mode(Unit& unit, u8* out, const u8* in, i32 length) {
     if (unit.mode_routine == nullptr) return false;
@@ -118,6 +126,23 @@ u32 check_mode(Unit& unit, const u8* iv) {
     }
 }
 
+// Init behind the module gate, on a clean unit.
+u32 initialize(Unit& unit, u32 identifier, const u8* key, const u8* iv, i32 encrypt) {
+    constexpr u32 kFunction = VRQ_F_INIT_BLOCKCIPHER;
+    if (bind_algorithm(unit, identifier) != 0) return fail(kFunction, VRQ_ERR_INIT_FAILURE);
+    unit.encrypt = encrypt;
+    unit.schedule = allocate_zeroed(static_cast<std::size_t>(unit.schedule_size));
+    if (unit.schedule == nullptr) return fail(kFunction, VRQ_ERR_MALLOC);
+    unit.no_padding = identifier & VRQ_NO_PADDING;
+
+    if (const u32 s = check_mode(unit, iv); s != 0) return s;
+    if (unit.key_setup(&unit, key, iv, encrypt) != 0) return fail(kFunction, VRQ_ERR_INIT_FAILURE);
+    unit.pending_count = 0;
+    unit.has_held_back = 0;
+    unit.block_mask = unit.block_length - 1;
+    return 0;
+}
+
 // A piece of the message for a unit that holds nothing back: whole blocks go through the mode
 // routine, the rest waits. Also decrypts, since the routine knows the direction.
 u32 update_blocks(Unit& unit, u8* out, u32& out_length, const u8* in, i32 length) {
@@ -131,7 +156,8 @@ u32 update_blocks(Unit& unit, u8* out, u32& out_length, const u8* in, i32 length
     }
 
     const i32 block = unit.block_length;
-    if (block > kMaxBlock) return fail(kFunction, VRQ_ERR_CIPHER_ENCRYPT_FAILURE);
+    if (!holds_partial_block(unit) || unit.block_mask != block - 1)
+        return fail(kFunction, VRQ_ERR_CIPHER_ENCRYPT_FAILURE);
     if (in == nullptr) return fail(kFunction, VRQ_ERR_OPERATE_FUNCTION);
     u32 written = 0;
     if (unit.pending_count > 0) {
@@ -165,9 +191,10 @@ u32 update_blocks(Unit& unit, u8* out, u32& out_length, const u8* in, i32 length
 // Decryption with padding: the last whole block waits, since it may be padding.
 u32 update_decryption(Unit& unit, u8* out, u32& out_length, const u8* in, i32 length) {
     constexpr u32 kFailed = fail(VRQ_F_UPDATE_DECRYPTION, VRQ_ERR_UPDATE_FAILURE);
+    constexpr u32 kDamaged = fail(VRQ_F_UPDATE_DECRYPTION, VRQ_ERR_CIPHER_DECRYPT_FAILURE);
     out_length = 0;
     const i32 block = unit.block_length;
-    if (block > kMaxBlock) return fail(VRQ_F_UPDATE_DECRYPTION, VRQ_ERR_CIPHER_DECRYPT_FAILURE);
+    if (block < 0 || block > kMaxBlock) return kDamaged;
 
     const bool released = unit.has_held_back != 0;
     const auto size = static_cast<std::size_t>(block);
@@ -181,6 +208,7 @@ u32 update_decryption(Unit& unit, u8* out, u32& out_length, const u8* in, i32 le
 
     unit.has_held_back = 0;
     if (block > 1 && unit.pending_count == 0) {
+        if (written < static_cast<u32>(block)) return kDamaged;
         written -= static_cast<u32>(block);
         std::memcpy(unit.held_back, out + written, size);
         unit.has_held_back = 1;
@@ -199,7 +227,7 @@ u32 final_stream(Unit& unit, u8* out, u32& out_length, u32 function) {
 
     const u32 failure = decrypts ? VRQ_ERR_CIPHER_DECRYPT_FAILURE : VRQ_ERR_CIPHER_ENCRYPT_FAILURE;
     SecretBytes<kMaxBlock> last;
-    if (!run_mode(unit, last.data(), unit.pending, unit.block_length))
+    if (!holds_partial_block(unit) || !run_mode(unit, last.data(), unit.pending, unit.block_length))
         return fail(function, failure);
     if (unit.pending_count > VRQ_MAX_BLOCK_LENGTH)
         return fail(function, decrypts ? u32{VRQ_ERR_OPERATE_FUNCTION} : failure);
@@ -221,6 +249,7 @@ u32 final_encryption(Unit& unit, u8* out, u32& out_length) {
         return unit.pending_count == 0 ? 0 : fail(kFunction, VRQ_ERR_INVALID_PADDING);
     }
 
+    if (!holds_partial_block(unit)) return kFailed;
     const i32 padding = block - unit.pending_count;
     std::memset(unit.pending + unit.pending_count, padding, static_cast<std::size_t>(padding));
     SecretBytes<kMaxBlock> last;
@@ -291,25 +320,16 @@ u32 vrq_Init_Block_Alg(Unit* unit, u32 identifier) {
 }
 
 u32 VRQ_Init_BLOCK_CIPHER(Unit* unit, u32 identifier, const u8* key, const u8* iv, i32 encrypt) {
-    constexpr u32 kFunction = VRQ_F_INIT_BLOCKCIPHER;
-    if (unit == nullptr) return fail(kFunction, VRQ_ERR_INVALID_INPUT);
+    if (unit == nullptr) return fail(VRQ_F_INIT_BLOCKCIPHER, VRQ_ERR_INVALID_INPUT);
     VRQ_Clean_BLOCK_CIPHER_Unit(unit);
     unit->init_marker = kInitMarker;
     unit->proven = VRQ_Is_Proven();
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
 
-    if (bind_algorithm(*unit, identifier) != 0) return fail(kFunction, VRQ_ERR_INIT_FAILURE);
-    unit->encrypt = encrypt;
-    unit->schedule = allocate_zeroed(static_cast<std::size_t>(unit->schedule_size));
-    if (unit->schedule == nullptr) return fail(kFunction, VRQ_ERR_MALLOC);
-    unit->no_padding = identifier & VRQ_NO_PADDING;
-
-    if (const u32 s = check_mode(*unit, iv); s != 0) return s;
-    if (unit->key_setup(unit, key, iv, encrypt) != 0) return fail(kFunction, VRQ_ERR_INIT_FAILURE);
-    unit->pending_count = 0;
-    unit->has_held_back = 0;
-    unit->block_mask = unit->block_length - 1;
-    return 0;
+    const u32 status = initialize(*unit, identifier, key, iv, encrypt);
+    // Otherwise a caller that overlooks the status would encrypt under a schedule of zeros.
+    if (status != 0) unit->mode_routine = nullptr;
+    return status;
 }
 
 u32 VRQ_Update_BLOCK_CIPHER(Unit* unit, u8* out, u32* out_length, const u8* in, i32 length) {

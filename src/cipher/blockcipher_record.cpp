@@ -1,5 +1,6 @@
 // The flat form of an initialised unit, 896 bytes, and the calls that run a message from it. It
 // holds an expanded key and code addresses, so it is of use within one process only.
+#include "cipher/blockcipher_table.h"
 #include "foundation/scope.h"
 #include "talvern/cipher.h"
 
@@ -61,6 +62,14 @@ void drop_schedule(Unit& unit) {
     unit.schedule = nullptr;
 }
 
+// Whether the lengths are those of the algorithm. With others, runs would leave their buffers.
+bool is_intact(const Unit& unit) {
+    const CipherRow* row = find_cipher(unit.algorithm);
+    return row != nullptr && unit.block_length == row->block_length &&
+           unit.block_mask == row->block_length - 1 &&
+           unit.schedule_size == static_cast<i32>(row->schedule_size);
+}
+
 // A unit of a scope, whatever its marker says.
 struct LocalUnit : Unit {
     LocalUnit() : Unit{} {}
@@ -105,7 +114,9 @@ u32 blockcipher_BinaryKey_to_Unit(const u8* binary_key, u32, Unit* unit) {
     // A schedule of another size would be overrun, or later wiped in part.
     if (unit->schedule != nullptr && unit->schedule_size != record.schedule_size)
         drop_schedule(*unit);
-    if (unit->schedule == nullptr && size != 0) unit->schedule = allocate_zeroed(size);
+    // As large as any engine reads, whatever size the record states.
+    if (unit->schedule == nullptr && size != 0)
+        unit->schedule = allocate_zeroed(sizeof record.schedule);
     if (unit->schedule == nullptr && size != 0) return 1;
 
     std::memcpy(unit, &record, kCommon);
@@ -141,7 +152,8 @@ u32 VRQ_DoFinal_Advanced_BLOCK_CIPHER(const u8* binary_key, u32 binary_key_lengt
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
 
     LocalUnit unit;
-    if (blockcipher_BinaryKey_to_Unit(binary_key, binary_key_length, &unit) != 0)
+    if (blockcipher_BinaryKey_to_Unit(binary_key, binary_key_length, &unit) != 0 ||
+        !is_intact(unit))
         return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     u32 updated = 0;
     u32 finished = 0;

@@ -1,4 +1,5 @@
 // CBC-MAC (ISO/IEC 9797-1, MAC algorithm 1) over the block cipher unit.
+#include "cipher/blockcipher_table.h"
 #include "foundation/scope.h"
 #include "foundation/unit.h"
 #include "talvern/mac.h"
@@ -41,9 +42,10 @@ bool chain_pending(Unit& unit, std::size_t block) {
 // Whole blocks: CBC encryption of which only the chain is kept. The engine's routine for that runs
 // on a borrowed unit with the schedule of ours, since an encryption schedule serves every mode.
 bool chain_blocks(Unit& unit, const u8* data, std::size_t size, std::size_t block) {
+    const CipherRow* row = find_cipher(unit.cipher->algorithm);
+    if (row == nullptr) return false;
     VRQ_BLOCK_CIPHER_UNIT cbc{};
     const WipeOnExit wiped(cbc);
-    if (vrq_Init_Block_Alg(&cbc, unit.cipher->algorithm | VRQ_MODE_CBC) != 0) return false;
     cbc.schedule = unit.cipher->schedule;
     cbc.encrypt = 1;
     std::memcpy(cbc.working_iv, unit.chain, block);
@@ -51,8 +53,7 @@ bool chain_blocks(Unit& unit, const u8* data, std::size_t size, std::size_t bloc
     SecretBytes<4096> dropped;
     for (std::size_t piece; size != 0; size -= piece, data += piece) {
         piece = std::min(size, dropped.size());
-        if (cbc.mode_routine(&cbc, dropped.data(), data, static_cast<u32>(piece)) != 0)
-            return false;
+        if (row->modes->cbc(&cbc, dropped.data(), data, static_cast<u32>(piece)) != 0) return false;
     }
     std::memcpy(unit.chain, cbc.working_iv, block);
     return true;
@@ -94,7 +95,7 @@ u32 VRQ_Update_CBC_MAC(Unit* unit, const u8* data, i32 length) {
     const std::size_t held = static_cast<u32>(unit->pending_count) % block;
     if (held != 0 && size < block - held) {
         std::memcpy(unit->pending + held, data, size);
-        unit->pending_count += length;
+        unit->pending_count = static_cast<i32>(held + size);
         return 0;
     }
     if (held != 0) {

@@ -156,6 +156,14 @@ TEST(BlockCipherRecord, DoFinalStatuses) {
         std::memcpy(&damaged[872], &size, sizeof size);
         EXPECT_EQ(0x050B0059U, run(damaged, in, 16)) << size;
     }
+    // Fields that disagree with the algorithm: identifier, block length, schedule size, block mask.
+    for (const std::size_t offset : {0, 4, 872, 880}) {
+        for (const int32_t value : {-1, 0, 1, 8, 31, 32, 255}) {
+            BinaryKey damaged = record;
+            std::memcpy(&damaged[offset], &value, sizeof value);
+            EXPECT_EQ(0x050B0059U, run(damaged, in, 16)) << offset << " " << value;
+        }
+    }
     EXPECT_EQ(7U, length);
 }
 

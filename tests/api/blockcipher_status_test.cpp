@@ -185,14 +185,77 @@ TEST(BlockCipherStatus, UnitsThatAreNotBound) {
         EXPECT_EQ(0U, length);
     }
 
-    // After an Init that failed late the schedule is all zeros, and harmless.
-    const CipherUnit half = new_cipher_unit();
-    EXPECT_EQ(kInitFailure,
-              VRQ_Init_BLOCK_CIPHER(half.get(), VRQ_ID_AES_128 | kCbc, nullptr, kIv.data(), 1));
-    half->block_mask = 15;
-    EXPECT_EQ(0U, VRQ_Update_BLOCK_CIPHER(half.get(), out, &length, kIv.data(), 16));
     VRQ_Clean_BLOCK_CIPHER_Unit(nullptr);
     VRQ_Free_BLOCK_CIPHER_Unit(nullptr);
+}
+
+// Whoever overlooks the status of Init gets nothing back that looks like ciphertext.
+TEST(BlockCipherStatus, NothingRunsAfterARefusedInit) {
+    uint8_t out[64];
+    uint32_t length = 9;
+    const uint8_t* key = kKey.data();
+    const CipherUnit unit = cipher_unit(VRQ_ID_AES_128 | kCbc, kKey, kIv, true);
+    const std::pair<uint32_t, const uint8_t*> refused[] = {
+        {VRQ_ID_AES_128 | kCbc, key}, {VRQ_ID_ARIA_128 | kOfb, key}, {VRQ_ID_AES_128, nullptr}};
+    for (const auto& [id, k] : refused) {
+        EXPECT_NE(0U, VRQ_Init_BLOCK_CIPHER(unit.get(), id, k, nullptr, 1)) << id;
+        for (const int32_t size : {1, 16}) {
+            EXPECT_EQ(0x0503004CU,
+                      VRQ_Update_BLOCK_CIPHER(unit.get(), out, &length, kIv.data(), size));
+            EXPECT_EQ(0U, length);
+        }
+    }
+}
+
+// A weak key (SP 800-67) and wrong parity are taken; encrypting twice gives the message back.
+TEST(BlockCipherStatus, DesTakesWeakKeys) {
+    const Bytes message(8, 0x5C);
+    for (const uint8_t byte : {0x01, 0xFE, 0x00}) {
+        const CipherUnit unit =
+            cipher_unit(VRQ_ID_DES | kEcb | kNoPadding, Bytes(8, byte), {}, true);
+        const Bytes once = run_whole(unit.get(), message);
+        EXPECT_NE(message, once);
+        EXPECT_EQ(message, run_whole(unit.get(), once));
+    }
+}
+
+// Fields out of their ranges lead nowhere beyond the buffers.
+TEST(BlockCipherStatus, DamagedRecords) {
+    constexpr int32_t kOdd[] = {INT32_MIN, -1, 0, 15, 16, 31, 32, 255, INT32_MAX};
+    for (const uint32_t id : {VRQ_ID_AES_128 | kCbc, VRQ_ID_AES_128 | kCbc | kNoPadding,
+                              VRQ_ID_SEED_128 | kOfb | kNoPadding, VRQ_ID_DES | kEcb}) {
+        for (const bool encrypt : {true, false}) {
+            for (const int32_t odd : kOdd) {
+                for (int32_t VRQ_BLOCK_CIPHER_UNIT::*field :
+                     {&VRQ_BLOCK_CIPHER_UNIT::block_length, &VRQ_BLOCK_CIPHER_UNIT::block_mask,
+                      &VRQ_BLOCK_CIPHER_UNIT::pending_count, &VRQ_BLOCK_CIPHER_UNIT::position}) {
+                    const CipherUnit unit = cipher_unit(id, kKey, kIv, encrypt);
+                    const Bytes in(300, 4);
+                    GuardedOutput out(400);
+                    uint32_t length = 0;
+                    unit.get()->*field = odd;
+                    VRQ_Update_BLOCK_CIPHER(unit.get(), out.data(), &length, in.data(), 300);
+                    EXPECT_LE(length, 300U + 32);
+                    unit.get()->*field = odd;
+                    VRQ_Final_BLOCK_CIPHER(unit.get(), out.data(), &length);
+                    EXPECT_LE(length, 16U);
+                    out.take(400);
+                }
+            }
+        }
+    }
+    // What would be read or written is refused.
+    const CipherUnit unit = cipher_unit(VRQ_ID_AES_128 | kCbc, kKey, kIv, true);
+    uint8_t out[320];
+    uint32_t length = 0;
+    const Bytes in(300, 4);
+    unit->block_mask = -1;
+    EXPECT_EQ(0x0503000AU, VRQ_Update_BLOCK_CIPHER(unit.get(), out, &length, in.data(), 300));
+    unit->block_mask = 15;
+    unit->pending_count = 17;
+    EXPECT_EQ(0x0503000AU, VRQ_Update_BLOCK_CIPHER(unit.get(), out, &length, in.data(), 300));
+    EXPECT_EQ(0x0505000AU, VRQ_Final_BLOCK_CIPHER(unit.get(), out, &length));
+    EXPECT_EQ(0U, VRQ_Update_BLOCK_CIPHER(unit.get(), out, &length, in.data(), 300));
 }
 
 TEST(BlockCipherStatus, Final) {
