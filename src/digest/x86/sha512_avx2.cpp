@@ -4,8 +4,8 @@
 #define SHA512_FEATURES "avx,avx2,bmi,bmi2"
 
 #include "digest/sha_kernels.h"
-#include "foundation/x86_target.h"
 #include "foundation/wipe.h"
+#include "foundation/x86_target.h"
 
 #include <immintrin.h>
 
