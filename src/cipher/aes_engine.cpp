@@ -101,7 +101,7 @@ u32 sub_word(u32 word) {
 
 // FIPS 197, 5.2.
 void expand(VRQ_AES_KEY& key, const u8* bytes, u32 length) {
-    const u32 key_words = length / 4;
+    const u32 key_words = length / 4; // 4, 6 or 8
     key.rounds = static_cast<i32>(key_words + 6);
     const u32 words = 4 * (key_words + 7);
     u32* w = key.round_keys;
@@ -110,7 +110,7 @@ void expand(VRQ_AES_KEY& key, const u8* bytes, u32 length) {
     u32 constant = 1;
     for (u32 i = key_words; i < words; ++i) {
         u32 word = w[i - 1];
-        if (i % key_words == 0) {
+        if (i % key_words == 0) { // NOLINT(clang-analyzer-core.DivideZero): lengths are checked
             word = sub_word(word << 8 | word >> 24) ^ constant << 24;
             constant = aes::doubled(constant);
         } else if (key_words == 8 && i % key_words == 4) {

@@ -72,7 +72,7 @@ bool is_intact(const Unit& unit) {
 
 // A unit of a scope, whatever its marker says.
 struct LocalUnit : Unit {
-    LocalUnit() : Unit{} {}
+    LocalUnit() { wipe(static_cast<Unit*>(this), sizeof(Unit)); }
     ~LocalUnit() {
         drop_schedule(*this);
         wipe(static_cast<Unit*>(this), sizeof(Unit));
