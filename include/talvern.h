@@ -7,6 +7,7 @@
 #include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
+#include "talvern/random.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
 #include "talvern/stream.h"
