@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 namespace vrq::noise {
@@ -20,36 +21,35 @@ constexpr std::string_view kWanted[] = {"IpInReceives",   "IpInDelivers", "IpOut
                                         "TcpInSegs",      "TcpOutSegs",   "UdpInDatagrams",
                                         "UdpOutDatagrams"};
 
+// Pieces of a line. (The members of string_view that cut would throw.)
+std::string_view between(const char* first, const char* last) {
+    return {first, static_cast<std::size_t>(last - first)};
+}
+
 bool is_wanted(std::string_view prefix, std::string_view field) {
     return std::any_of(std::begin(kWanted), std::end(kWanted), [&](std::string_view name) {
-        return name.size() == prefix.size() + field.size() &&
-               name.substr(0, prefix.size()) == prefix && name.substr(prefix.size()) == field;
+        if (name.size() != prefix.size() + field.size() || !name.starts_with(prefix)) return false;
+        name.remove_prefix(prefix.size());
+        return name == field;
     });
 }
 
 // Cuts the last name off; empty when there is none left.
 std::string_view cut_name(std::string_view& names) {
-    const std::size_t last = names.find_last_not_of(" \n");
-    if (last == names.npos) return {};
-    names = names.substr(0, last + 1);
-
-    const std::size_t before = names.find_last_of(" \n");
-    const std::size_t start = before == names.npos ? 0 : before + 1;
-    const std::string_view name = names.substr(start);
-    names = names.substr(0, start);
-    return name;
+    while (!names.empty() && (names.back() == ' ' || names.back() == '\n')) names.remove_suffix(1);
+    const char* const end = names.data() + names.size();
+    while (!names.empty() && names.back() != ' ' && names.back() != '\n') names.remove_suffix(1);
+    return between(names.data() + names.size(), end);
 }
 
 // Joins the names of a header with the values below it; both start behind the colon.
 void join(std::string_view prefix, std::string_view names, char* values, Counters& counters) {
     const std::size_t first = counters.count;
-    std::string_view rest = values;
-    for (std::size_t blank; (blank = rest.find_last_of(' ')) != rest.npos;) {
-        const char* text = values + blank + 1;
+    for (char* blank; (blank = std::strrchr(values, ' ')) != nullptr;) {
+        const char* text = blank + 1;
         u64 value;
         if (!take_decimal(text, value)) std::abort();
-        values[blank] = '\0';
-        rest = rest.substr(0, blank);
+        *blank = '\0';
 
         const std::string_view name = cut_name(names);
         if (name.empty()) std::abort(); // more values than names
@@ -68,14 +68,12 @@ void load_counters(const char* path, Counters& counters) {
     char header[kLine];
     char values[kLine];
     while (file.line(header, sizeof header)) {
-        const std::string_view names = header;
-        const std::size_t colon = names.find(':');
-        if (colon == names.npos || !file.line(values, sizeof values)) std::abort();
+        const char* colon = std::strchr(header, ':');
+        if (colon == nullptr || !file.line(values, sizeof values)) std::abort();
 
-        const std::string_view labelled = names.substr(0, colon + 1);
-        if (std::string_view(values).substr(0, labelled.size()) != labelled) std::abort();
-        join(names.substr(0, colon), names.substr(labelled.size()), values + labelled.size(),
-             counters);
+        const std::string_view prefix = between(header, colon);
+        if (std::strncmp(values, header, prefix.size() + 1) != 0) std::abort();
+        join(prefix, colon + 1, values + prefix.size() + 1, counters);
     }
     wipe_object(values);
 }
