@@ -38,9 +38,9 @@ VRQ_BEGIN_C
  *
  * Callers rely on a failed draw to keep the generator locked: every failure but those of the self
  * test and of the mutex leaves the lock held, so that no thread draws again until someone decides.
- * Check arguments before the call, and after a failure call VRQ_Uninstantiate_DRBG when no other
- * thread is drawing; the next draw then starts afresh. A forked child starts with a lock and a
- * seeding of its own. */
+ * Check arguments before the call, and after a failure call VRQ_Uninstantiate_DRBG from the thread
+ * that met it: threads that wait go on with a fresh seeding. A forked child starts with a lock and
+ * a seeding of its own. */
 struct VRQ_DRBG_ENTROPY_INPUT;
 VRQ_API uint32_t VRQ_Rand_Bytes(uint8_t* out, int32_t length);
 VRQ_API uint32_t VRQ_Rand_Bytes_DRBG(uint8_t* out, int32_t length, uint32_t type, uint32_t hash,
@@ -49,7 +49,8 @@ VRQ_API uint32_t vrq_Get_Rand_Bytes_DRBG(uint8_t* out, int32_t length, uint32_t 
                                          uint32_t prediction,
                                          const struct VRQ_DRBG_ENTROPY_INPUT* input);
 
-/* Forgets the process-wide generator, its mutex included. No other thread may be drawing. */
+/* Forgets the process-wide generator and gives up a lock that a failed draw kept. The next draw seeds
+ * anew. */
 VRQ_API void VRQ_Uninstantiate_DRBG(void);
 
 /* ---- Hash_DRBG units ---- */

@@ -2,7 +2,8 @@
 // the first call makes. A forked child finds a mark that is not its own, forgets what it inherited
 // and makes a mutex of its own, since the inherited one may be held by a thread it does not have.
 //
-// Callers rely on this: a draw that fails after taking the mutex keeps it.
+// Callers rely on this: a draw that fails after taking the mutex keeps it, until the generator is
+// uninstantiated.
 #include "foundation/scope.h"
 #include "random/drbg_state.h"
 #include "random/fork_guard.h"
@@ -21,6 +22,8 @@ namespace {
 constexpr u32 fail(u32 reason) { return make_status(VRQ_L_DRBG, VRQ_F_RAND_BYTES_DRBG, reason); }
 
 constinit drbg::SavedState g_saved{};
+constinit pthread_mutex_t g_mutex = PTHREAD_MUTEX_INITIALIZER;
+constinit std::atomic<bool> g_is_kept{false}; // a failed draw keeps the mutex
 
 // Who made the mutex: 0 nobody, twice the mark of the process, or one more while that is under way.
 constinit std::atomic<u64> g_lock_owner{0};
@@ -29,27 +32,32 @@ constinit std::atomic<u64> g_lock_owner{0};
 u32 lock() {
     const u64 ours = process_mark() * 2;
     u64 owner = g_lock_owner.load(std::memory_order_acquire);
-    while (owner != ours) [[unlikely]] {
-            if (owner == ours + 1) {
-                sched_yield(); // another thread is at it
-                owner = g_lock_owner.load(std::memory_order_acquire);
-                continue;
-            }
-            if (!g_lock_owner.compare_exchange_weak(owner, ours + 1)) continue;
-
-            wipe_object(g_saved);
-            if (vrq_Init_Lock(&g_saved.lock) != 0) {
-                g_lock_owner = 0;
-                return fail(VRQ_ERR_MUTEX_LOCK_FAIL);
-            }
-            g_saved.has_lock = 1;
-            g_lock_owner.store(ours, std::memory_order_release);
-            owner = ours;
+    while (owner != ours) {
+        if (owner == ours + 1) {
+            sched_yield(); // another thread is at it
+            owner = g_lock_owner.load(std::memory_order_acquire);
+            continue;
         }
-    return vrq_Wait_Lock(&g_saved.lock) == 0 ? 0 : fail(VRQ_ERR_MUTEX_LOCK_FAIL);
+        if (!g_lock_owner.compare_exchange_weak(owner, ours + 1)) continue;
+
+        wipe_object(g_saved);
+        g_is_kept = false;
+        if (vrq_Init_Lock(&g_mutex) != 0) {
+            g_lock_owner = 0;
+            return fail(VRQ_ERR_MUTEX_LOCK_FAIL);
+        }
+        g_lock_owner.store(ours, std::memory_order_release);
+        owner = ours;
+    }
+    return vrq_Wait_Lock(&g_mutex) == 0 ? 0 : fail(VRQ_ERR_MUTEX_LOCK_FAIL);
 }
 
-u32 unlock() { return vrq_Release_Lock(&g_saved.lock) == 0 ? 0 : fail(VRQ_ERR_MUTEX_UNLOCK_FAIL); }
+u32 unlock() { return vrq_Release_Lock(&g_mutex) == 0 ? 0 : fail(VRQ_ERR_MUTEX_UNLOCK_FAIL); }
+
+u32 keep_lock(u32 status) {
+    g_is_kept = true;
+    return status;
+}
 
 std::size_t seed_length(const drbg::HashRow& row) {
     return static_cast<std::size_t>(row.seed_length);
@@ -143,13 +151,12 @@ u32 vrq_Get_Rand_Bytes_DRBG(u8* out, i32 length, u32 type, u32 hash, u32 predict
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (const u32 s = lock(); s != 0) return s;
 
-    // From here on a failure keeps the mutex.
-    if (type != 0) return fail(VRQ_ERR_NOT_SUPPORTED);
+    if (type != 0) return keep_lock(fail(VRQ_ERR_NOT_SUPPORTED));
     if (hash != g_saved.hash) g_saved.is_valid = 0;
     const drbg::HashRow* row = usual_draw(out, length, hash, prediction);
     const u32 status = row != nullptr ? draw(*row, out, length)
                                       : draw_with_unit(out, length, hash, prediction, input);
-    return status != 0 ? status : unlock();
+    return status != 0 ? keep_lock(status) : unlock();
 }
 
 u32 VRQ_Rand_Bytes_DRBG(u8* out, i32 length, u32 type, u32 hash, u32 prediction) {
@@ -161,6 +168,8 @@ u32 VRQ_Rand_Bytes(u8* out, i32 length) {
 }
 
 void VRQ_Uninstantiate_DRBG() {
+    const bool is_kept = g_lock_owner == process_mark() * 2 && g_is_kept.exchange(false);
+    if (!is_kept && lock() != 0) return;
     wipe_object(g_saved);
-    g_lock_owner = 0;
+    unlock();
 }

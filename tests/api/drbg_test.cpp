@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <csignal>
 #include <cstring>
@@ -434,6 +435,24 @@ TEST(RandBytes, RecoversFromAFailedDraw) {
     EXPECT_EQ(0x0B050048U, VRQ_Rand_Bytes_DRBG(out, 32, 1, VRQ_ID_SHA256, 0));
     VRQ_Uninstantiate_DRBG();
     EXPECT_EQ(0U, VRQ_Rand_Bytes(out, 32));
+}
+
+TEST(RandBytes, WaitingThreadsGoOnAfterRecovery) {
+    uint8_t out[32];
+    ASSERT_EQ(0x0B050066U, VRQ_Rand_Bytes(out, 0));
+    std::atomic<int> done{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&done] {
+            random_bytes(32);
+            ++done;
+        });
+    }
+    usleep(20000);
+    EXPECT_EQ(0, done);
+    VRQ_Uninstantiate_DRBG();
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(3, done);
 }
 
 Bytes draw_in_child(int depth) {
