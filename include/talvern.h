@@ -3,6 +3,7 @@
 #define TALVERN_H
 
 #include "talvern/base.h"
+#include "talvern/bigint.h"
 #include "talvern/digest.h"
 #include "talvern/mac.h"
 #include "talvern/memory.h"
