@@ -2,8 +2,9 @@
  *
  * A stream is a record that starts with VRQ_STREAM. The caller owns the record, an opener fills it,
  * and the vrq_IO_ calls work through its table of operations. Transfers return counts or characters
- * and put a bare reason (talvern/status.h, no library or function byte) into the error field; the
- * other calls return such a reason, 0 for success. A failure leaves the stream usable.
+ * and put a bare reason (talvern/status.h, no library or function byte) into the error field, 0 for
+ * success. The other calls return such a reason; a failure of control or close stands in the error
+ * field as well. A failure leaves the stream usable.
  *
  * Programming errors (a null stream, a null buffer with a length) stop the process as a failed
  * assertion does, in every build type.

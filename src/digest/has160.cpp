@@ -1,5 +1,6 @@
 // HAS-160 (TTAS.KO-12.0011/R2). The record stages input in its one block buffer and counts bits in two
 // words, so it does not share the staged block hash of the other engines.
+#include "digest/unroll.h"
 #include "foundation/bytes.h"
 #include "foundation/wipe.h"
 #include "talvern/digest.h"
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <utility>
 
 using namespace vrq;
 
@@ -39,14 +39,16 @@ constexpr std::size_t kSumOf[4] = {8, 12, 0, 4};
 
 // The input of step I.
 template <std::size_t I>
-[[gnu::always_inline]] inline u32 input(const u32 (&x)[16]) {
+[[gnu::always_inline]] inline u32 input(const u8* data) {
     constexpr const std::size_t(&words)[16] = kWord[I / 20];
     constexpr std::size_t quarter = I % 20 / 5;
     if constexpr (I % 5 != 0) {
-        return x[words[4 * quarter + I % 5 - 1]];
+        return load_le<u32>(data + 4 * words[4 * quarter + I % 5 - 1]);
     } else {
         constexpr std::size_t first = kSumOf[quarter];
-        return x[words[first]] ^ x[words[first + 1]] ^ x[words[first + 2]] ^ x[words[first + 3]];
+        return load_le<u32>(data + 4 * words[first]) ^ load_le<u32>(data + 4 * words[first + 1]) ^
+               load_le<u32>(data + 4 * words[first + 2]) ^
+               load_le<u32>(data + 4 * words[first + 3]);
     }
 }
 
@@ -59,28 +61,23 @@ template <std::size_t Round>
 
 // Step I: v[(x - I) mod 5] is the variable that stands at x.
 template <std::size_t I>
-[[gnu::always_inline]] inline void step(u32 (&v)[5], const u32 (&x)[16]) {
+[[gnu::always_inline]] inline void step(u32 (&v)[5], const u8* data) {
     constexpr auto at = [](std::size_t place) { return (place + 80 - I) % 5; };
     constexpr std::size_t round = I / 20;
-    u32 sum = v[at(4)] + input<I>(x) + kRound[round] + mix<round>(v[at(1)], v[at(2)], v[at(3)]);
+    u32 sum = v[at(4)] + input<I>(data) + kRound[round] + mix<round>(v[at(1)], v[at(2)], v[at(3)]);
     // Only the rotation of the newest variable and one addition belong to the chain between steps.
-    __asm__("" : "+r"(sum));
+    settle(sum);
     v[at(4)] = sum + std::rotl(v[at(0)], kRotateA[I % 20]);
     v[at(1)] = std::rotl(v[at(1)], kRotateB[round]);
 }
 
 void compress(u32* state, const u8* data, std::size_t blocks) {
-    u32 x[16];
     u32 v[5];
     for (; blocks != 0; --blocks, data += kBlock) {
-        for (std::size_t i = 0; i < 16; ++i) x[i] = load_le<u32>(data + 4 * i);
-        for (std::size_t i = 0; i < 5; ++i) v[i] = state[i];
-        [&]<std::size_t... I>(std::index_sequence<I...>) { (step<I>(v, x), ...); }
-        (std::make_index_sequence<80>{});
-        for (std::size_t i = 0; i < 5; ++i) state[i] += v[i];
+        take_state(v, state);
+        unrolled<80>([&](auto i) { step<i>(v, data); });
+        add_to_state(state, v);
     }
-    wipe_object(x);
-    wipe_object(v);
 }
 
 std::size_t fill_of(const VRQ_HAS160_CTX& c) { return c.bit_count_low / 8 % kBlock; }

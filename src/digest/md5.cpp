@@ -1,12 +1,12 @@
 // MD5 (RFC 1321). Every step waits for the one before it, so the time is the length of that chain: the
 // step functions are written so that as little as possible comes after the newest variable.
 #include "digest/block_hash.h"
+#include "digest/unroll.h"
 #include "foundation/status.h"
 #include "talvern/digest.h"
 #include "talvern/module.h"
 
 #include <array>
-#include <utility>
 
 using namespace vrq;
 
@@ -41,9 +41,6 @@ constexpr std::size_t word_of(std::size_t i) {
     constexpr std::size_t kOffset[4] = {0, 1, 5, 0};
     return (kFactor[i / 16] * i + kOffset[i / 16]) % 16;
 }
-
-// Keeps the compiler from regrouping a sum across this point, which would lengthen the chain.
-[[gnu::always_inline]] inline void settle(u32& x) { __asm__("" : "+r"(x)); }
 
 // Step I: v[(x - I) mod 4] is the variable that stands at x; the one at 1 (B) is the newest.
 template <std::size_t I>
@@ -82,13 +79,12 @@ struct Md5 {
     static u32* state(Context& c) { return c.state; }
 
     static void compress(u32* state, const u8* data, std::size_t blocks) {
-        u32 v[4] = {state[0], state[1], state[2], state[3]};
+        u32 v[4];
         for (; blocks != 0; --blocks, data += kBlock) {
-            [&]<std::size_t... I>(std::index_sequence<I...>) { (step<I>(v, data), ...); }
-            (std::make_index_sequence<64>{});
-            for (std::size_t i = 0; i < 4; ++i) v[i] = state[i] += v[i];
+            take_state(v, state);
+            unrolled<64>([&](auto i) { step<i>(v, data); });
+            add_to_state(state, v);
         }
-        wipe_object(v);
     }
 };
 

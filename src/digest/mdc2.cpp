@@ -3,6 +3,7 @@
 // and run side by side. DES is table-driven; messages whose bytes must not show in cache timing do not
 // belong in MDC-2.
 #include "digest/mdc2_des.h"
+#include "digest/mdc2_kernels.h"
 #include "foundation/bytes.h"
 #include "foundation/scope.h"
 #include "talvern/digest.h"
@@ -46,25 +47,6 @@ u64 transpose(u64 x) {
     x ^= t ^ (t << 14);
     t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0;
     return x ^ t ^ (t << 28);
-}
-
-// Round keys of a key that was loaded little-endian. Permuted choice 1 is a transposition: C is its
-// first 28 bits, D its next rows in reverse.
-void set_round_keys(VRQ_MDC2_DES_KEY& key, u64 user_key) {
-    const u64 rows = transpose(user_key);
-    u32 c = static_cast<u32>(rows >> 36);
-    u32 d = static_cast<u32>((rows >> 8 & 0xFF) << 20 | (rows >> 16 & 0xFF) << 12 |
-                             (rows >> 24 & 0xFF) << 4 | (rows >> 32 & 0x0F));
-    for (std::size_t round = 0; round < 16; ++round) {
-        c = rotate28(c, mdc2_des::kShifts[round]);
-        d = rotate28(d, mdc2_des::kShifts[round]);
-        const u64 both = kChoice2[0][c >> 21] | kChoice2[1][c >> 14 & 127] |
-                         kChoice2[2][c >> 7 & 127] | kChoice2[3][c & 127] | kChoice2[4][d >> 21] |
-                         kChoice2[5][d >> 14 & 127] | kChoice2[6][d >> 7 & 127] |
-                         kChoice2[7][d & 127];
-        key.round_key[round][0] = static_cast<u32>(both >> 32);
-        key.round_key[round][1] = static_cast<u32>(both);
-    }
 }
 
 // Exchanges the bits of b under the mask with those of a that stand `shift` higher.
@@ -118,6 +100,11 @@ void two_rounds(Halves& x, const VRQ_MDC2_DES_KEY& key, std::size_t round) {
     x.right ^= cipher_function(x.left, key.round_key[round + 1]);
 }
 
+const RoundKeyKernel& round_key_kernel() {
+    static constinit std::atomic<const RoundKeyKernel*> cache{nullptr};
+    return cpu::pick(kRoundKeyKernels, cache);
+}
+
 u64 joined(Halves x) { return static_cast<u64>(x.left) << 32 | x.right; }
 
 void compress(VRQ_MDC2_CTX& c, const u8* data, std::size_t blocks) {
@@ -126,12 +113,13 @@ void compress(VRQ_MDC2_CTX& c, const u8* data, std::size_t blocks) {
     const WipeOnExit wipe_first(first_key);
     const WipeOnExit wipe_second(second_key);
 
+    const RoundKeyKernel& round_keys = round_key_kernel();
     u64 h = load_be<u64>(c.h);
     u64 hh = load_be<u64>(c.hh);
     for (; blocks != 0; --blocks, data += kBlock) {
         // The method also sets odd parity, which DES does not look at.
-        set_round_keys(first_key, (byte_swap(h) & ~kMarkMask) | kMarkFirst);
-        set_round_keys(second_key, (byte_swap(hh) & ~kMarkMask) | kMarkSecond);
+        round_keys.set(first_key, (byte_swap(h) & ~kMarkMask) | kMarkFirst);
+        round_keys.set(second_key, (byte_swap(hh) & ~kMarkMask) | kMarkSecond);
         Halves x = initial_permutation(load_be<u32>(data), load_be<u32>(data + 4));
         Halves y = x;
         for (std::size_t round = 0; round < 16; round += 2) {
@@ -149,6 +137,25 @@ void compress(VRQ_MDC2_CTX& c, const u8* data, std::size_t blocks) {
 }
 
 } // namespace
+
+// Round keys of a key that was loaded little-endian. Permuted choice 1 is a transposition: C is its
+// first 28 bits, D its next rows in reverse.
+void vrq::mdc2_round_keys_portable(VRQ_MDC2_DES_KEY& key, u64 user_key) {
+    const u64 rows = transpose(user_key);
+    u32 c = static_cast<u32>(rows >> 36);
+    u32 d = static_cast<u32>((rows >> 8 & 0xFF) << 20 | (rows >> 16 & 0xFF) << 12 |
+                             (rows >> 24 & 0xFF) << 4 | (rows >> 32 & 0x0F));
+    for (std::size_t round = 0; round < 16; ++round) {
+        c = rotate28(c, mdc2_des::kShifts[round]);
+        d = rotate28(d, mdc2_des::kShifts[round]);
+        const u64 both = kChoice2[0][c >> 21] | kChoice2[1][c >> 14 & 127] |
+                         kChoice2[2][c >> 7 & 127] | kChoice2[3][c & 127] | kChoice2[4][d >> 21] |
+                         kChoice2[5][d >> 14 & 127] | kChoice2[6][d >> 7 & 127] |
+                         kChoice2[7][d & 127];
+        key.round_key[round][0] = static_cast<u32>(both >> 32);
+        key.round_key[round][1] = static_cast<u32>(both);
+    }
+}
 
 // A C array cannot be returned by a function, so the entries are listed by their indices.
 #define SP_4(box, in)                                                                              \
@@ -172,7 +179,7 @@ constinit const u8 MDC2_DES_OddParityBit_Array[256] = {ODD_64(0), ODD_64(64), OD
 
 void init_MDC2_DES_KEY(VRQ_MDC2_DES_KEY* key, const u8* user_key) {
     if (key == nullptr || user_key == nullptr) return;
-    set_round_keys(*key, load_le<u64>(user_key));
+    round_key_kernel().set(*key, load_le<u64>(user_key));
 }
 
 void encrypt_MDC2_DES_Block(u32* block, const VRQ_MDC2_DES_KEY* key) {

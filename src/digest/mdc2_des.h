@@ -43,6 +43,12 @@ inline constexpr u8 kPermutation[32] = {16, 7, 20, 21, 29, 12, 28, 17, 1,  15, 2
                                         26, 5, 18, 31, 10, 2,  8,  24, 14, 32, 27,
                                         3,  9, 19, 13, 30, 6,  22, 11, 4,  25};
 
+// Permuted choice 1: which bit of the key each bit of C and D is.
+inline constexpr u8 kChoice1[56] = {57, 49, 41, 33, 25, 17, 9,  1,  58, 50, 42, 34, 26, 18,
+                                    10, 2,  59, 51, 43, 35, 27, 19, 11, 3,  60, 52, 44, 36,
+                                    63, 55, 47, 39, 31, 23, 15, 7,  62, 54, 46, 38, 30, 22,
+                                    14, 6,  61, 53, 45, 37, 29, 21, 13, 5,  28, 20, 12, 4};
+
 // Permuted choice 2: which of the 56 bits of C and D each bit of a round key is.
 inline constexpr u8 kChoice2[48] = {14, 17, 11, 24, 1,  5,  3,  28, 15, 6,  21, 10, 23, 19, 12, 4,
                                     26, 8,  16, 7,  27, 20, 13, 2,  41, 52, 31, 37, 47, 55, 30, 40,

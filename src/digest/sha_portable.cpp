@@ -3,11 +3,11 @@
 // by their index alone.
 #include "digest/sha_constants.h"
 #include "digest/sha_kernels.h"
+#include "digest/unroll.h"
 #include "foundation/bytes.h"
 #include "foundation/wipe.h"
 
 #include <bit>
-#include <utility>
 
 namespace vrq {
 
@@ -27,15 +27,6 @@ constexpr Word choice(Word x, Word y, Word z) {
 template <class Word>
 constexpr Word majority(Word x, Word y, Word z) {
     return (x & y) | (z & (x | y));
-}
-
-// Calls step(I) for I = 0 to N - 1 with I known at compile time.
-template <std::size_t N, class Step>
-[[gnu::always_inline]] inline void unrolled(Step step) {
-    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
-        (step(std::integral_constant<std::size_t, I>{}), ...);
-    }
-    (std::make_index_sequence<N>{});
 }
 
 struct Schedule256 {
@@ -58,13 +49,36 @@ struct Schedule512 {
     static Word small1(Word x) { return std::rotr(x, 19) ^ std::rotr(x, 61) ^ (x >> 6); }
 };
 
-// Round number I of sixteen: v[(x - I) mod 8] is the working variable that stands at x.
+// Round number I of sixteen: v[(x - I) mod 8] is the working variable that stands at x. On entry bc is
+// B ^ C, on exit A ^ B, which is B ^ C of the next round.
 template <class S, std::size_t I, class Word = typename S::Word>
-[[gnu::always_inline]] inline void sha2_round(Word (&v)[8], Word input) {
+[[gnu::always_inline]] inline void sha2_round(Word (&v)[8], Word& bc, Word input) {
     constexpr auto at = [](std::size_t x) { return (x - I) % 8; };
     const Word t = v[at(7)] + input + S::big1(v[at(4)]) + choice(v[at(4)], v[at(5)], v[at(6)]);
     v[at(3)] += t;
-    v[at(7)] = t + S::big0(v[at(0)]) + majority(v[at(0)], v[at(1)], v[at(2)]);
+    const Word ab = v[at(0)] ^ v[at(1)];
+    v[at(7)] = t + S::big0(v[at(0)]) + (v[at(1)] ^ (ab & bc));
+    bc = ab;
+}
+
+// The message words w and their rounds.
+template <class S, class Word = typename S::Word>
+[[gnu::always_inline]] inline void first_rounds(Word (&v)[8], Word& bc, Word (&w)[16],
+                                                const u8* data) {
+    unrolled<16>([&](auto i) __attribute__((always_inline)) {
+        w[i] = load_be<Word>(data + i * sizeof(Word));
+        sha2_round<S, i>(v, bc, w[i] + S::constant(i));
+    });
+}
+
+// The sixteen rounds from number `first` on, whose words replace those of the sixteen before.
+template <class S, class Word = typename S::Word>
+[[gnu::always_inline]] inline void next_rounds(Word (&v)[8], Word& bc, Word (&w)[16],
+                                               std::size_t first) {
+    unrolled<16>([&](auto i) __attribute__((always_inline)) {
+        w[i] += S::small0(w[(i + 1) % 16]) + w[(i + 9) % 16] + S::small1(w[(i + 14) % 16]);
+        sha2_round<S, i>(v, bc, w[i] + S::constant(first + i));
+    });
 }
 
 template <class S, class Word = typename S::Word>
@@ -72,21 +86,14 @@ void sha2_compress(Word* state, const u8* data, std::size_t blocks) {
     Word w[16];
     Word v[8];
     for (; blocks != 0; --blocks, data += sizeof w) {
-        for (std::size_t i = 0; i < 8; ++i) v[i] = state[i];
-        unrolled<16>([&](auto i) {
-            w[i] = load_be<Word>(data + i * sizeof(Word));
-            sha2_round<S, i>(v, w[i] + S::constant(i));
-        });
-        for (std::size_t first = 16; first < S::kRounds; first += 16) {
-            unrolled<16>([&](auto i) {
-                w[i] += S::small0(w[(i + 1) % 16]) + w[(i + 9) % 16] + S::small1(w[(i + 14) % 16]);
-                sha2_round<S, i>(v, w[i] + S::constant(first + i));
-            });
-        }
-        for (std::size_t i = 0; i < 8; ++i) state[i] += v[i];
+        take_state(v, state);
+        Word bc = v[1] ^ v[2];
+        first_rounds<S>(v, bc, w, data);
+        for (std::size_t first = 16; first < S::kRounds; first += 16)
+            next_rounds<S>(v, bc, w, first);
+        add_to_state(state, v);
     }
     wipe_object(w);
-    wipe_object(v);
 }
 
 // SHA-1: the function of each twenty rounds, and its constant.
@@ -114,12 +121,11 @@ void sha1_portable(u32* state, const u8* data, std::size_t blocks) {
     u32 v[5];
     for (; blocks != 0; --blocks, data += sizeof w) {
         for (std::size_t i = 0; i < 16; ++i) w[i] = load_be<u32>(data + 4 * i);
-        for (std::size_t i = 0; i < 5; ++i) v[i] = state[i];
-        unrolled<80>([&](auto i) { sha1_round<i>(v, w); });
-        for (std::size_t i = 0; i < 5; ++i) state[i] += v[i];
+        take_state(v, state);
+        unrolled<80>([&](auto i) __attribute__((always_inline)) { sha1_round<i>(v, w); });
+        add_to_state(state, v);
     }
     wipe_object(w);
-    wipe_object(v);
 }
 
 void sha256_portable(u32* state, const u8* data, std::size_t blocks) {

@@ -67,6 +67,13 @@ u32 detect() { return 0; }
 
 #endif
 
+#ifdef TALVERN_TEST_HOOKS
+constinit std::atomic<u32> g_masked{0};
+u32 masked() { return g_masked; }
+#else
+constexpr u32 masked() { return 0; }
+#endif
+
 } // namespace
 
 u32 features() {
@@ -75,10 +82,11 @@ u32 features() {
         known = detect() | kDetected;
         g_features.store(known, std::memory_order_relaxed);
     }
-#ifdef TALVERN_TEST_HOOKS
-    known &= ~testing::masked_features();
-#endif
-    return known;
+    return known & ~masked();
 }
 
 } // namespace vrq::cpu
+
+#ifdef TALVERN_TEST_HOOKS
+void vrq::testing::mask_features(u32 features) { cpu::g_masked = features; }
+#endif

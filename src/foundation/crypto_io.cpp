@@ -33,6 +33,13 @@ u32 not_supported(VRQ_STREAM* stream, u32 result) {
     return finish(*stream, VRQ_ERR_NOT_SUPPORTED, result);
 }
 
+// Controls and closing return their reason. A failure stands in the error field as well; success
+// leaves the field alone, so that it still tells how the last transfer ended.
+u32 note_failure(VRQ_STREAM& stream, u32 reason) {
+    if (reason != 0) stream.error = reason;
+    return reason;
+}
+
 } // namespace
 
 u32 vrq::refuse_opening(VRQ_STREAM& stream, u32 reason) {
@@ -79,14 +86,15 @@ u32 vrq_IO_Read_Ln(VRQ_STREAM* stream, u8* buf, u32 size) {
 
 u32 vrq_IO_Ctrl(VRQ_STREAM* stream, u32 code, void* ptr) {
     require(stream != nullptr, kStreamIsSet, kSource);
-    return stream->operations->ctrl(stream, code, ptr);
+    return note_failure(*stream, stream->operations->ctrl(stream, code, ptr));
 }
 
 u32 vrq_IO_Close(VRQ_STREAM* stream) {
     require(stream != nullptr, kStreamIsSet, kSource);
     if ((stream->flags & VRQ_IO_CLOSED) != 0) return 0;
     if (const u32 reason = vrq_IO_Ctrl(stream, VRQ_IO_FLUSH, nullptr); reason != 0) return reason;
-    if (const u32 reason = stream->operations->close(stream); reason != 0) return reason;
+    if (const u32 reason = stream->operations->close(stream); reason != 0)
+        return note_failure(*stream, reason);
     stream->flags |= VRQ_IO_CLOSED;
     return 0;
 }

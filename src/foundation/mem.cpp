@@ -17,7 +17,6 @@ namespace {
 
 #ifdef TALVERN_TEST_HOOKS
 
-std::atomic<u32> g_masked_features{0};
 std::atomic<std::size_t> g_failing{0};
 std::atomic<std::size_t> g_allocations{0};
 std::atomic<testing::FreeObserver> g_observer{nullptr};
@@ -42,9 +41,6 @@ void about_to_free(const void*) {}
 #ifdef TALVERN_TEST_HOOKS
 
 namespace vrq::testing {
-
-u32 masked_features() { return g_masked_features; }
-void mask_features(u32 features) { g_masked_features = features; }
 
 void fail_allocation(std::size_t number) {
     g_allocations = 0;

@@ -9,7 +9,6 @@ namespace vrq::testing {
 
 // Features that cpu::features() hides. Rows already picked stay picked, so tests that compare
 // kernels take rows from the kernel tables directly or mask before first use.
-u32 masked_features();
 void mask_features(u32 features);
 
 // Lets the allocation with this number from now on (1 is the next) fail, and no other; 0 switches

@@ -63,6 +63,57 @@ TEST(Status, TextsOfStatusWords) {
     }
 }
 
+// The name of every function code from 1 on: the first of all operations that share the number.
+constexpr const char* kFirstNames[] = {
+    "VRQ_F_DES_MAC",
+    "VRQ_F_CONTEXT_CHECK",
+    "VRQ_F_ADD_BIGINT_WORD",
+    "VRQ_F_CBC_MAC",
+    "VRQ_F_DIGEST",
+    "VRQ_F_FINAL_ENCRYPTION",
+    "VRQ_F_DIGEST_CHECK",
+    "VRQ_F_BLOCKCIPHER",
+    "VRQ_F_ENCRYPT_RSAES",
+    "VRQ_F_ASYMMETIC_KEY_CHECK",
+    "VRQ_F_COMP_SHA256",
+    "VRQ_F_BIGINT_FROM_MONTGOMERY",
+    "VRQ_F_ADD_BIGINT",
+    "VRQ_F_FINAL_SHA384",
+    "VRQ_F_ADD_RSASSA_ENCODING",
+    "VRQ_F_CHECK_RSASSA_PKCS1_PSS_ENCODE",
+    "VRQ_F_SQR_BIGINT",
+    "VRQ_F_MTP_BIGINT",
+    "VRQ_F_MOD_MTP_BIGINT",
+    "VRQ_F_MOD_EXP_BIGINT",
+    "VRQ_F_LEFT_SHIFT_BIGINT",
+    "VRQ_F_RIGHT_SHIFT_BIGINT",
+    "VRQ_F_RAND_BIGINT_EX",
+    "VRQ_F_RAND_BIGINT",
+    "VRQ_F_FREE_BIGINT_POOL",
+    "VRQ_F_CLEAR_BIGINT_POOL",
+    "VRQ_F_START_BIGINT_POOL",
+    "VRQ_F_FINISH_BIGINT_POOL",
+    "VRQ_F_RELEASE_BIGINT_POOL",
+    "VRQ_F_GENERATE_BIGINT_PRIME",
+    "VRQ_F_COPY_BIGINT",
+    "VRQ_F_SET_BIGINT_WORD",
+    "VRQ_F_FINAL_SHA512",
+};
+
+TEST(Status, FunctionNamesAreThoseOfTheFirstMatch) {
+    uint32_t function = 0;
+    char text[1024] = "untouched";
+    for (const char* name : kFirstNames) {
+        const uint32_t status = VRQ_STATUS(VRQ_L_KEY, ++function, VRQ_ERR_INTERNAL);
+        EXPECT_EQ(0U, VRQ_Get_Error_String(status, text));
+        EXPECT_EQ("VRQ_L_KEY:" + std::string(name) + ":VRQ_ERR_INTERNAL", text);
+    }
+    while (++function <= 0xFF) {
+        const uint32_t status = VRQ_STATUS(VRQ_L_KEY, function, VRQ_ERR_INTERNAL);
+        EXPECT_EQ(1U, VRQ_Get_Error_String(status, text));
+    }
+}
+
 TEST(Status, PrintedLine) {
     int32_t returned = 0;
     const std::string line = output_of([&] { returned = VRQ_Print_Error_String(0x8A010049); });

@@ -142,10 +142,9 @@ void expect_controls(VRQ_STREAM* stream, const std::vector<Control>& controls) {
     for (const Control& control : controls) {
         SCOPED_TRACE(control.code);
         uint32_t argument = control.argument;
+        const uint32_t before = control.code == VRQ_IO_REWIND ? 0 : stream->error;
         EXPECT_EQ(control.result, vrq_IO_Ctrl(stream, control.code, &argument));
-        if (control.code == VRQ_IO_REWIND) {
-            EXPECT_EQ(0U, stream->error);
-        }
+        EXPECT_EQ(control.result == 0 ? before : control.result, stream->error);
         uint32_t position = 99;
         EXPECT_EQ(0U, vrq_IO_Ctrl(stream, VRQ_IO_TELL, &position));
         EXPECT_EQ(control.position, position);
@@ -420,6 +419,7 @@ TEST(CloseOfAStream, FailedFlushOrCloseLeavesItOpen) {
     EXPECT_EQ(40U, vrq_IO_Close(&stream));
     stream.error = 2;
     EXPECT_EQ(7U, vrq_IO_Close(&stream));
+    EXPECT_EQ(7U, stream.error);
     EXPECT_EQ(0U, stream.flags);
     stream.error = 0;
     EXPECT_EQ(0U, vrq_IO_Close(&stream));

@@ -1,7 +1,7 @@
 // Main of the test programs. An operating mode cannot be taken back, so each mode is a process of
 // its own: --mode open (the default) runs every suite but those named Proven* and TestMode*, which
-// run with
-// --mode proven and --mode test. --mask BITS (internal tests only) hides processor features.
+// run with --mode proven and --mode test. --mask BITS (programs with the test hooks only) hides
+// processor features.
 #include "talvern.h"
 
 #ifdef TALVERN_TEST_HOOKS

@@ -28,4 +28,12 @@ TEST(Cpu, FallsThroughToThePortableRow) {
     EXPECT_EQ(3, vrq::cpu::pick(rows, cache).id);
 }
 
+TEST(Cpu, MaskedFeaturesAreHidden) {
+    ASSERT_TRUE(vrq::cpu::has(vrq::cpu::kDetected));
+    vrq::testing::mask_features(~0U);
+    EXPECT_EQ(0U, vrq::cpu::features());
+    vrq::testing::mask_features(0);
+    EXPECT_TRUE(vrq::cpu::has(vrq::cpu::kDetected));
+}
+
 } // namespace

@@ -23,6 +23,7 @@ template <class Body>
 void at_once(Body body) {
     std::atomic<int> waiting{kThreads};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {
             --waiting;

@@ -37,6 +37,7 @@ namespace {
     } while (0)
 
 TALVERN_TARGET("sha,sse4.1,ssse3")
+// NOLINTNEXTLINE(readability-function-size): unrolled
 void compress(u32* state, const u8* data, std::size_t blocks) {
     const __m128i reverse = _mm_set_epi64x(0x0001020304050607, 0x08090a0b0c0d0e0f);
     const auto* in = reinterpret_cast<const __m128i*>(data);

@@ -36,6 +36,7 @@ namespace {
     } while (0)
 
 TALVERN_TARGET("sha,sse4.1,ssse3")
+// NOLINTNEXTLINE(readability-function-size): unrolled
 void compress(u32* state, const u8* data, std::size_t blocks) {
     const __m128i swap = _mm_set_epi64x(0x0c0d0e0f08090a0b, 0x0405060700010203);
     const auto* constants = reinterpret_cast<const __m128i*>(K_256.data());

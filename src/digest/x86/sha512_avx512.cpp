@@ -71,8 +71,9 @@ TALVERN_INLINE_TARGET(SHA512_FEATURES) __m256i load_words(const u8* data) {
         put(input + (i), w, K_512.data() + (i));                                                   \
     } while (0)
 
-__attribute__((target(SHA512_FEATURES))) void compress(u64* state, const u8* data,
-                                                       std::size_t blocks) {
+TALVERN_TARGET(SHA512_FEATURES)
+// NOLINTNEXTLINE(readability-function-size): unrolled
+void compress(u64* state, const u8* data, std::size_t blocks) {
     alignas(32) u64 input[16];
     u64 a = state[0], b = state[1], c = state[2], d = state[3];
     u64 e = state[4], f = state[5], g = state[6], h = state[7];
