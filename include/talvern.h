@@ -2,7 +2,9 @@
 #ifndef TALVERN_H
 #define TALVERN_H
 
+#include "talvern/aes.h"
 #include "talvern/base.h"
+#include "talvern/cipher.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
 #include "talvern/selftest.h"
