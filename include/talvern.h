@@ -7,6 +7,7 @@
 #include "talvern/cipher.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
+#include "talvern/rc4.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
 

@@ -136,6 +136,7 @@ NI void decrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t bl
 
 NI void cbc_encrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,
                        std::size_t blocks) {
+    if (blocks == 0) return;
     const Schedule s(key);
     const Block last = _mm_xor_si128(s.k[s.rounds], s.k[0]);
     Block x = _mm_xor_si128(_mm_xor_si128(load(chain), s.k[0]), load(in));
