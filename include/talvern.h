@@ -2,9 +2,12 @@
 #ifndef TALVERN_H
 #define TALVERN_H
 
+#include "talvern/aria.h"
 #include "talvern/base.h"
+#include "talvern/lea.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
+#include "talvern/seed.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
 
