@@ -1,7 +1,7 @@
 // What a block cipher engine supplies to the modes of operation.
 //
-// An engine is a trait: the key record, the block length, the library code of its statuses, the function
-// codes of its modes, and the kernel in use. The modes are written once over it (modes.h).
+// An engine is a trait: the key record, the block length, the library code of its statuses, the
+// function codes of its modes, and the kernel in use. The modes are written once over it (modes.h).
 #pragma once
 
 #include "foundation/cpu.h"
@@ -12,9 +12,10 @@
 
 namespace vrq {
 
-// One implementation of a cipher. All functions take whole blocks; out and in may be the same address,
-// but do not overlap otherwise. A chained function reads and updates the register (one block: the CBC
-// chain, the CFB or OFB register, the CTR counter block, counted as one big-endian number).
+// One implementation of a cipher. All functions take whole blocks; out and in may be the same
+// address, but do not overlap otherwise. A chained function reads and updates the register (one
+// block: the CBC chain, the CFB or OFB register, the CTR counter block, counted as one big-endian
+// number).
 template <class Key>
 struct BlockKernel {
     using Blocks = void (*)(const Key& key, u8* out, const u8* in, std::size_t blocks);
@@ -49,8 +50,8 @@ constexpr ModeCodes kModesFrom3{3, 4, 5, 6, 7}; // AES, ARIA, Blowfish, LEA
 constexpr ModeCodes kModesFrom2{2, 3, 4, 5, 6}; // DES, triple DES, RC5, RC2
 constexpr ModeCodes kModesOfSeed{5, 3, 4, 6, 7};
 
-// The serial functions of a kernel from the inlined encryption of one block. Block supplies the types
-// and constants of its engine:
+// The serial functions of a kernel from the inlined encryption of one block. Block supplies the
+// types and constants of its engine:
 //   using Key; static constexpr std::size_t kBlock;
 //   static void encrypt_block(const Key& key, u8* out, const u8* in);   (in place allowed)
 template <class Block>

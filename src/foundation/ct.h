@@ -8,7 +8,8 @@
 
 namespace vrq::ct {
 
-template <class Word> Word barrier(Word word) {
+template <class Word>
+Word barrier(Word word) {
     __asm__("" : "+r"(word));
     return word;
 }

@@ -12,7 +12,8 @@ namespace vrq {
 
 // A stack buffer for secrets. Its content is undefined until written and wiped at the end of the
 // scope.
-template <std::size_t N> class SecretBytes {
+template <std::size_t N>
+class SecretBytes {
   public:
     SecretBytes() = default;
     ~SecretBytes() { wipe(bytes_, N); }
@@ -49,7 +50,8 @@ class SecretHeap {
 };
 
 // Wipes an object of plain data at the end of the scope.
-template <class T> class WipeOnExit {
+template <class T>
+class WipeOnExit {
   public:
     explicit WipeOnExit(T& object) : object_(object) {}
     ~WipeOnExit() { wipe_object(object_); }
@@ -61,7 +63,8 @@ template <class T> class WipeOnExit {
 };
 
 // Runs a function at the end of the scope; for what none of the other guards covers.
-template <class F> class ScopeExit {
+template <class F>
+class ScopeExit {
   public:
     explicit ScopeExit(F f) : f_(std::move(f)) {}
     ~ScopeExit() { f_(); }
@@ -72,11 +75,16 @@ template <class F> class ScopeExit {
     F f_;
 };
 
-template <auto Free> struct UnitDeleter {
-    template <class Unit> void operator()(Unit* unit) const { Free(unit); }
+template <auto Free>
+struct UnitDeleter {
+    template <class Unit>
+    void operator()(Unit* unit) const {
+        Free(unit);
+    }
 };
 
 // A unit owned by a scope, released by its exported Free.
-template <class Unit, auto Free> using Owned = std::unique_ptr<Unit, UnitDeleter<Free>>;
+template <class Unit, auto Free>
+using Owned = std::unique_ptr<Unit, UnitDeleter<Free>>;
 
 } // namespace vrq

@@ -17,7 +17,10 @@ template <class Unit>
 }
 
 // Wipes the whole record.
-template <class Unit> void clear_record(Unit& unit) { wipe_object(unit); }
+template <class Unit>
+void clear_record(Unit& unit) {
+    wipe_object(unit);
+}
 
 // Marks a unit whose Init has run; Clean leaves a record without it alone.
 constexpr int kInitialized = -1;

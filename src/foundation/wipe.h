@@ -15,7 +15,8 @@ inline void wipe(void* data, std::size_t size) {
 }
 
 // Wipes one object or array of plain data.
-template <class T> void wipe_object(T& object) {
+template <class T>
+void wipe_object(T& object) {
     static_assert(std::is_trivially_copyable_v<T>);
     wipe(&object, sizeof object);
 }

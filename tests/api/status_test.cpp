@@ -42,7 +42,8 @@ constexpr Text kTexts[] = {
     {0xFFFFFFFF, nullptr, ">> ERROR : NON-PROVEN ALGORITM IN PROVEN MODE!! \n"},
 };
 
-template <class Call> std::string output_of(Call call) {
+template <class Call>
+std::string output_of(Call call) {
     testing::internal::CaptureStdout();
     call();
     return testing::internal::GetCapturedStdout();

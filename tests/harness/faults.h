@@ -13,7 +13,8 @@ namespace test {
 
 // Runs the operation once unharmed to count its allocations, then once for each allocation with
 // that one failing. run(number) gets the number of the failing allocation, 0 for the unharmed run.
-template <class Run> void for_each_allocation_fault(Run run) {
+template <class Run>
+void for_each_allocation_fault(Run run) {
     vrq::testing::fail_allocation(0);
     run(std::size_t{0});
     const std::size_t count = vrq::testing::allocation_count();
