@@ -38,7 +38,8 @@ constexpr u32 swap_pairs(u32 word) { return std::rotl(byte_swap(word), 16); }
 // Odd rounds put the boxes S1, S2, X1, X2 on the four bytes of a word, even rounds X1, X2, S1, S2.
 // Taking the tables in turned order gives the word of an even round turned by half its length,
 // which the byte step of the diffusion layer makes good.
-template <u32 First> u32 substitute(u32 word) {
+template <u32 First>
+u32 substitute(u32 word) {
     return (aria::kSpread[First][byte_of(word, 0)] ^ aria::kSpread[First + 1][byte_of(word, 1)]) ^
            (aria::kSpread[First ^ 2][byte_of(word, 2)] ^
             aria::kSpread[(First ^ 2) + 1][byte_of(word, 3)]);
@@ -51,7 +52,8 @@ inline Words sum_three(const Words& x) {
 }
 
 // The rest of the diffusion layer after its first step; turned as the words of an even round are.
-template <bool Turned> Words diffuse(const Words& words) {
+template <bool Turned>
+Words diffuse(const Words& words) {
     const Words x = sum_three(words);
     if constexpr (Turned)
         return sum_three({{std::rotl(x.w[0], 16), byte_swap(x.w[1]), x.w[2], swap_pairs(x.w[3])}});
@@ -60,13 +62,13 @@ template <bool Turned> Words diffuse(const Words& words) {
 }
 
 inline Words odd_round(const Words& x) {
-    return diffuse<false>(
-        {{substitute<0>(x.w[0]), substitute<0>(x.w[1]), substitute<0>(x.w[2]), substitute<0>(x.w[3])}});
+    return diffuse<false>({{substitute<0>(x.w[0]), substitute<0>(x.w[1]), substitute<0>(x.w[2]),
+                            substitute<0>(x.w[3])}});
 }
 
 inline Words even_round(const Words& x) {
-    return diffuse<true>(
-        {{substitute<2>(x.w[0]), substitute<2>(x.w[1]), substitute<2>(x.w[2]), substitute<2>(x.w[3])}});
+    return diffuse<true>({{substitute<2>(x.w[0]), substitute<2>(x.w[1]), substitute<2>(x.w[2]),
+                           substitute<2>(x.w[3])}});
 }
 
 // The substitution of the last round, without diffusion.
@@ -87,7 +89,8 @@ inline Words last_round(const Words& x) {
 template <class... Block>
 [[gnu::always_inline]] inline void crypt(const RoundKeys& keys, i32 rounds, Block&... x) {
     const u8* key = keys[0];
-    for (i32 left = std::min(rounds, kMaxRounds) - 2; left > 0; left -= 2, key += 32) {
+    const i32 count = std::min(rounds, kMaxRounds);
+    for (i32 done = 2; done < count; done += 2, key += 32) {
         ((x = odd_round(x ^ load_words_le(key))), ...);
         ((x = even_round(x ^ load_words_le(key + 16))), ...);
     }
@@ -130,7 +133,8 @@ struct AriaBlock {
 using Modes = WordSerial<AriaBlock>;
 
 constexpr BlockKernel<VRQ_ARIA_KEY> kRows[] = {
-    {0, "portable", encrypt_blocks, decrypt_blocks, Modes::cbc_encrypt, Modes::cfb_encrypt, Modes::ofb},
+    {0, "portable", encrypt_blocks, decrypt_blocks, Modes::cbc_encrypt, Modes::cfb_encrypt,
+     Modes::ofb},
 };
 
 constinit std::atomic<const BlockKernel<VRQ_ARIA_KEY>*> g_kernel{nullptr};
@@ -149,10 +153,14 @@ inline Words constant(u32 number) {
 
 constexpr i32 rounds_for(i32 key_bits) {
     switch (key_bits) {
-    case 128: return 12;
-    case 192: return 14;
-    case 256: return 16;
-    default: return 0;
+    case 128:
+        return 12;
+    case 192:
+        return 14;
+    case 256:
+        return 16;
+    default:
+        return 0;
     }
 }
 

@@ -79,7 +79,9 @@ struct LeaBlock {
     using Key = VRQ_LEA_KEY;
     static Words load(const u8* in) { return load_words_le(in); }
     static void store(u8* out, const Words& x) { store_words_le(out, x); }
-    [[gnu::always_inline]] static Words encrypt(const Key& key, const Words& x) { return ::encrypt(key, x); }
+    [[gnu::always_inline]] static Words encrypt(const Key& key, const Words& x) {
+        return ::encrypt(key, x);
+    }
 };
 
 namespace lanes {
@@ -123,7 +125,8 @@ constexpr u32 delta(std::size_t number, std::size_t turn) {
 
 // A round of the schedule for a key of 4, 6 or 8 words; every index and constant is known when it is
 // compiled, so the schedules are straight sequences of additions and rotations.
-template <std::size_t Round> inline void expand_round(u32 (&t)[4], u32* k) {
+template <std::size_t Round>
+inline void expand_round(u32 (&t)[4], u32* k) {
     constexpr std::size_t d = Round % 4;
     t[0] = std::rotl(t[0] + delta(d, Round), 1);
     t[1] = std::rotl(t[1] + delta(d, Round + 1), 3);
@@ -135,7 +138,8 @@ template <std::size_t Round> inline void expand_round(u32 (&t)[4], u32* k) {
     k[4] = t[3];
 }
 
-template <std::size_t Round> inline void expand_round(u32 (&t)[6], u32* k) {
+template <std::size_t Round>
+inline void expand_round(u32 (&t)[6], u32* k) {
     constexpr std::size_t d = Round % 6;
     t[0] = std::rotl(t[0] + delta(d, Round), 1);
     t[1] = std::rotl(t[1] + delta(d, Round + 1), 3);
@@ -146,7 +150,8 @@ template <std::size_t Round> inline void expand_round(u32 (&t)[6], u32* k) {
     for (std::size_t i = 0; i < 6; ++i) k[i] = t[i];
 }
 
-template <std::size_t Round> inline void expand_round(u32 (&t)[8], u32* k) {
+template <std::size_t Round>
+inline void expand_round(u32 (&t)[8], u32* k) {
     constexpr std::size_t d = Round % 8;
     constexpr int kTurns[6] = {1, 3, 6, 11, 13, 17};
     for (std::size_t i = 0; i < 6; ++i) {
@@ -185,7 +190,8 @@ uint32_t vrq_Init_Encrypt_LEA_Key(const uint8_t* key, int32_t key_length, VRQ_LE
         expand<8>(record->round_keys, key, std::make_index_sequence<32>());
         record->rounds = 32;
         return 0;
-    default: return 1;
+    default:
+        return 1;
     }
 }
 

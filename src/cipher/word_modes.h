@@ -50,7 +50,8 @@ inline void store_words_be(u8* out, const Words& x) {
 //   static Words load(const u8* in);
 //   static void store(u8* out, const Words& x);
 //   static Words encrypt(const Key& key, Words x);
-template <class Block> struct WordSerial {
+template <class Block>
+struct WordSerial {
     using Key = typename Block::Key;
 
     static void cbc_encrypt(const Key& key, u8* chain, u8* out, const u8* in, std::size_t blocks) {

@@ -54,7 +54,7 @@ consteval Table spread(const SBox& box, u32 lane) {
     return table;
 }
 
-alignas(64) constexpr std::array<Table, 4> kSpread = {spread(kS1, 0), spread(kS2, 1), spread(kX1, 2),
-                                                      spread(kX2, 3)};
+alignas(64) constexpr std::array<Table, 4> kSpread = {spread(kS1, 0), spread(kS2, 1),
+                                                      spread(kX1, 2), spread(kX2, 3)};
 
 } // namespace vrq::aria
