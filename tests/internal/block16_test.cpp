@@ -131,67 +131,76 @@ TYPED_TEST(Block16, KnownAnswers) {
         EXPECT_GT(answers[length], 0) << "no vector for a key of " << length;
 }
 
+// One run of a kernel from and to misaligned buffers, then in place.
+template <class Run, class Key>
+void expect_blocks(const Bytes& expected, Run run, const Key& key, const Bytes& text) {
+    constexpr std::uint8_t kGuard = 0x5A;
+    const std::size_t offset = 1 + text.size() / 16 % 15;
+    Bytes in(offset + text.size());
+    std::copy(text.begin(), text.end(), in.begin() + static_cast<long>(offset));
+    Bytes out(offset + text.size() + 16, kGuard);
+    run(key, &out[offset], in.data() + offset, text.size() / 16);
+    run(key, in.data() + offset, in.data() + offset, text.size() / 16);
+
+    Bytes guarded(offset, kGuard);
+    guarded.insert(guarded.end(), expected.begin(), expected.end());
+    guarded.insert(guarded.end(), 16, kGuard);
+    EXPECT_EQ(guarded, out);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), in.data() + offset)) << "in place";
+}
+
 TYPED_TEST(Block16, KernelsAgreeWithTheBlockFunctions) {
     this->for_each_kernel([](const auto& kernel, const auto& key) {
         for (std::size_t blocks = 0; blocks < 256; ++blocks) {
             SCOPED_TRACE(blocks);
-            const std::size_t offset = 1 + blocks % 15; // misaligned
             const Bytes text = random_bytes(16 * blocks);
-            for (const bool encrypt : {true, false}) {
-                const auto run = encrypt ? kernel.encrypt : kernel.decrypt;
-                const Bytes expected = TestFixture::ecb(key, text, encrypt);
-
-                Bytes in(offset + text.size() + 16, 0xA5);
-                std::copy(text.begin(), text.end(), in.begin() + static_cast<long>(offset));
-                Bytes out(offset + text.size() + 16, 0x5A);
-                run(key, &out[offset], &in[offset], blocks);
-                run(key, &in[offset], &in[offset], blocks);
-
-                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), &out[offset]));
-                EXPECT_TRUE(std::equal(expected.begin(), expected.end(), &in[offset]))
-                    << "in place";
-                EXPECT_EQ(Bytes(offset, 0x5A),
-                          Bytes(out.begin(), out.begin() + static_cast<long>(offset)));
-                EXPECT_EQ(Bytes(16, 0x5A), Bytes(out.end() - 16, out.end()));
-            }
+            expect_blocks(TestFixture::ecb(key, text, true), kernel.encrypt, key, text);
+            expect_blocks(TestFixture::ecb(key, text, false), kernel.decrypt, key, text);
         }
     });
 }
 
-// CBC, CFB and OFB of whole blocks, by their definitions in SP 800-38A.
+enum class Mode { kCbc, kCfb, kOfb };
+
+// Whole blocks in a serial mode, as SP 800-38A defines it.
+template <class Encrypt>
+Bytes chained(Mode mode, Bytes& chain, const Bytes& text, Encrypt encrypt) {
+    Bytes result;
+    for (auto begin = text.begin(); begin != text.end(); begin += 16) {
+        const Bytes block(begin, begin + 16);
+        chain = encrypt(mode == Mode::kCbc ? xored(chain, block) : chain);
+        const Bytes output = mode == Mode::kCbc ? chain : xored(chain, block);
+        if (mode == Mode::kCfb) chain = output;
+        result.insert(result.end(), output.begin(), output.end());
+    }
+    return result;
+}
+
+template <class Run, class Key, class Encrypt>
+void expect_chained(Mode mode, Run run, const Key& key, std::size_t blocks, Encrypt encrypt) {
+    Bytes text = random_bytes(16 * blocks);
+    Bytes chain = random_bytes(16);
+    Bytes out(text.size());
+    Bytes out_chain = chain;
+    run(key, out_chain.data(), out.data(), text.data(), blocks);
+    Bytes expected_chain = chain;
+    const Bytes expected = chained(mode, expected_chain, text, encrypt);
+    run(key, chain.data(), text.data(), text.data(), blocks);
+    EXPECT_EQ(expected, out);
+    EXPECT_EQ(expected_chain, out_chain);
+    EXPECT_EQ(expected, text) << "in place";
+    EXPECT_EQ(expected_chain, chain);
+}
+
 TYPED_TEST(Block16, SerialFunctionsChainAsDefined) {
-    enum Mode { kCbc, kCfb, kOfb };
     this->for_each_kernel([](const auto& kernel, const auto& key) {
-        for (const Mode mode : {kCbc, kCfb, kOfb}) {
-            SCOPED_TRACE(mode);
-            const auto run = mode == kCbc   ? kernel.cbc_encrypt
-                             : mode == kCfb ? kernel.cfb_encrypt
-                                            : kernel.ofb;
-            for (std::size_t blocks = 0; blocks < 6; ++blocks) {
-                Bytes text = random_bytes(16 * blocks);
-                Bytes chain = random_bytes(16);
-                Bytes expected;
-                Bytes expected_chain = chain;
-                for (std::size_t i = 0; i < blocks; ++i) {
-                    const auto begin = text.begin() + static_cast<long>(16 * i);
-                    const Bytes block(begin, begin + 16);
-                    const Bytes input =
-                        mode == kCbc ? xored(expected_chain, block) : expected_chain;
-                    expected_chain = TestFixture::ecb(key, input, true);
-                    const Bytes output =
-                        mode == kCbc ? expected_chain : xored(expected_chain, block);
-                    if (mode == kCfb) expected_chain = output;
-                    expected.insert(expected.end(), output.begin(), output.end());
-                }
-                Bytes apart(text.size());
-                Bytes apart_chain = chain;
-                run(key, apart_chain.data(), apart.data(), text.data(), blocks);
-                run(key, chain.data(), text.data(), text.data(), blocks);
-                EXPECT_EQ(expected, apart);
-                EXPECT_EQ(expected, text) << "in place";
-                EXPECT_EQ(expected_chain, apart_chain);
-                EXPECT_EQ(expected_chain, chain);
-            }
+        const auto encrypt = [&key](const Bytes& text) {
+            return TestFixture::ecb(key, text, true);
+        };
+        for (std::size_t blocks = 0; blocks < 6; ++blocks) {
+            expect_chained(Mode::kCbc, kernel.cbc_encrypt, key, blocks, encrypt);
+            expect_chained(Mode::kCfb, kernel.cfb_encrypt, key, blocks, encrypt);
+            expect_chained(Mode::kOfb, kernel.ofb, key, blocks, encrypt);
         }
     });
 }
@@ -217,17 +226,15 @@ TYPED_TEST(Block16, AgreesWithCryptoPp) {
 // rounds: nothing outside it is touched and the output depends on the input alone.
 TYPED_TEST(Block16, AnyRoundCountStaysInsideTheRecord) {
     for (const int32_t rounds : {0, 1, 2, 13, 15, 17, 33, 49, -1, INT32_MAX, INT32_MIN}) {
+        SCOPED_TRACE(rounds);
         auto key = std::make_unique<typename TypeParam::Key>();
         constexpr std::size_t kRoundsAt = sizeof *key - sizeof rounds;
         std::memcpy(reinterpret_cast<std::uint8_t*>(key.get()) + kRoundsAt, &rounds, sizeof rounds);
+        const Bytes text = random_bytes(16 * 70);
         for (const auto& kernel : TypeParam::Engine::kernels()) {
             if (!vrq::cpu::has(kernel.needs)) continue;
-            const Bytes text = random_bytes(16 * 70);
-            for (const bool encrypt : {true, false}) {
-                Bytes out(text.size());
-                (encrypt ? kernel.encrypt : kernel.decrypt)(*key, out.data(), text.data(), 70);
-                EXPECT_EQ(this->ecb(*key, text, encrypt), out) << rounds;
-            }
+            expect_blocks(this->ecb(*key, text, true), kernel.encrypt, *key, text);
+            expect_blocks(this->ecb(*key, text, false), kernel.decrypt, *key, text);
         }
     }
 }
@@ -244,25 +251,42 @@ TYPED_TEST(Block16, NullArgumentsOfTheBlockFunctionsDoNothing) {
     EXPECT_EQ(Bytes(16, 0x5A), out);
 }
 
-// libcrypto's ECB over many blocks; an empty result when the cipher is not there.
-Bytes libcrypto_ecb(const char* name, const Bytes& key, const Bytes& text) {
-    static const bool loaded = OSSL_PROVIDER_load(nullptr, "legacy") != nullptr &&
-                               OSSL_PROVIDER_load(nullptr, "default") != nullptr;
-    const std::unique_ptr<EVP_CIPHER, decltype(&EVP_CIPHER_free)> cipher(
-        loaded ? EVP_CIPHER_fetch(nullptr, name, nullptr) : nullptr, EVP_CIPHER_free);
-    if (cipher == nullptr) return {};
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(
-        EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
-    Bytes out(text.size());
-    int length = 0;
-    EVP_EncryptInit_ex2(context.get(), cipher.get(), key.data(), nullptr, nullptr);
-    EVP_CIPHER_CTX_set_padding(context.get(), 0);
-    EVP_EncryptUpdate(context.get(), out.data(), &length, text.data(),
-                      static_cast<int>(text.size()));
-    return out;
-}
+// libcrypto with the provider that has SEED.
+class LibCrypto {
+  public:
+    LibCrypto() {
+        for (std::size_t i = 0; i < 2; ++i)
+            providers_[i] = OSSL_PROVIDER_load(context_, i == 0 ? "default" : "legacy");
+    }
+    ~LibCrypto() {
+        for (OSSL_PROVIDER* provider : providers_) OSSL_PROVIDER_unload(provider);
+        OSSL_LIB_CTX_free(context_);
+    }
+    LibCrypto(const LibCrypto&) = delete;
+    LibCrypto& operator=(const LibCrypto&) = delete;
+
+    // Empty when the cipher is not there.
+    Bytes ecb(const std::string& name, const Bytes& key, const Bytes& text) const {
+        EVP_CIPHER* cipher = EVP_CIPHER_fetch(context_, name.c_str(), nullptr);
+        if (cipher == nullptr) return {};
+        EVP_CIPHER_CTX* state = EVP_CIPHER_CTX_new();
+        Bytes out(text.size());
+        int length = 0;
+        EVP_EncryptInit_ex2(state, cipher, key.data(), nullptr, nullptr);
+        EVP_CIPHER_CTX_set_padding(state, 0);
+        EVP_EncryptUpdate(state, out.data(), &length, text.data(), static_cast<int>(text.size()));
+        EVP_CIPHER_CTX_free(state);
+        EVP_CIPHER_free(cipher);
+        return out;
+    }
+
+  private:
+    OSSL_LIB_CTX* context_ = OSSL_LIB_CTX_new();
+    OSSL_PROVIDER* providers_[2];
+};
 
 TEST(Block16Peers, AriaAndSeedAgreeWithLibcrypto) {
+    const LibCrypto libcrypto;
     for (int i = 0; i < 100; ++i) {
         const Bytes text = random_bytes(16 * 5);
         for (const std::size_t length : Aria::kKeyLengths) {
@@ -272,14 +296,14 @@ TEST(Block16Peers, AriaAndSeedAgreeWithLibcrypto) {
             Aria::set_up(bytes, key);
             Bytes out(text.size());
             vrq::AriaEngine::kernel().encrypt(key, out.data(), text.data(), 5);
-            ASSERT_EQ(libcrypto_ecb(name.c_str(), bytes, text), out);
+            ASSERT_EQ(libcrypto.ecb(name, bytes, text), out);
         }
         const Bytes bytes = random_bytes(16);
         VRQ_SEED_KEY key{};
         Seed::set_up(bytes, key);
         Bytes out(text.size());
         vrq::SeedEngine::kernel().encrypt(key, out.data(), text.data(), 5);
-        ASSERT_EQ(libcrypto_ecb("SEED-ECB", bytes, text), out);
+        ASSERT_EQ(libcrypto.ecb("SEED-ECB", bytes, text), out);
     }
 }
 
@@ -319,7 +343,7 @@ TEST(AriaKey, RoundKeyFunctions) {
     VRQ_ARIA_KEY key{};
     for (const int32_t bits : {128, 192, 256}) {
         const int32_t rounds = 8 + bits / 32;
-        const auto used = static_cast<std::size_t>(16 * (rounds + 1));
+        const auto used = 16 * static_cast<std::size_t>(rounds + 1);
         Aria::set_up(Bytes(kCounting.begin(), kCounting.begin() + bits / 8), key);
         EXPECT_EQ(rounds, set_encrypt_key(kCounting.data(), area, bits));
         EXPECT_EQ(0, std::memcmp(area, key.encrypt_keys, used));
