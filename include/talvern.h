@@ -4,11 +4,15 @@
 
 #include "talvern/aria.h"
 #include "talvern/base.h"
+#include "talvern/digest.h"
 #include "talvern/lea.h"
+#include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
 #include "talvern/seed.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
+#include "talvern/stream.h"
+#include "talvern/utils.h"
 
 #endif /* TALVERN_H */
