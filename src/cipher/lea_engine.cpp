@@ -93,9 +93,8 @@ using vrq::lea::Key;
 #define LEA_MIN_LANES 3
 #define LEA_LOW32 0, 4, 1, 5
 #define LEA_HIGH32 2, 6, 3, 7
-#define LEA_LOW64 0, 1, 4, 5
-#define LEA_HIGH64 2, 3, 6, 7
-#define LEA_ROL(x, n) ((x) << (n) | (x) >> (32 - (n)))
+#define LEA_LOW64 0, 2
+#define LEA_HIGH64 1, 3
 #include "cipher/lea_lanes.inc"
 
 } // namespace lanes

@@ -19,9 +19,8 @@ using vrq::lea::Key;
 #define LEA_MIN_LANES 3
 #define LEA_LOW32 0, 8, 1, 9, 4, 12, 5, 13
 #define LEA_HIGH32 2, 10, 3, 11, 6, 14, 7, 15
-#define LEA_LOW64 0, 1, 8, 9, 4, 5, 12, 13
-#define LEA_HIGH64 2, 3, 10, 11, 6, 7, 14, 15
-#define LEA_ROL(x, n) ((x) << (n) | (x) >> (32 - (n)))
+#define LEA_LOW64 0, 4, 2, 6
+#define LEA_HIGH64 1, 5, 3, 7
 #include "cipher/lea_lanes.inc"
 
 } // namespace

@@ -20,9 +20,8 @@ using vrq::lea::Key;
 #define LEA_MIN_LANES 3
 #define LEA_LOW32 0, 16, 1, 17, 4, 20, 5, 21, 8, 24, 9, 25, 12, 28, 13, 29
 #define LEA_HIGH32 2, 18, 3, 19, 6, 22, 7, 23, 10, 26, 11, 27, 14, 30, 15, 31
-#define LEA_LOW64 0, 1, 16, 17, 4, 5, 20, 21, 8, 9, 24, 25, 12, 13, 28, 29
-#define LEA_HIGH64 2, 3, 18, 19, 6, 7, 22, 23, 10, 11, 26, 27, 14, 15, 30, 31
-#define LEA_ROL(x, n) ((x) << (n) | (x) >> (32 - (n)))
+#define LEA_LOW64 0, 8, 2, 10, 4, 12, 6, 14
+#define LEA_HIGH64 1, 9, 3, 11, 5, 13, 7, 15
 #include "cipher/lea_lanes.inc"
 
 } // namespace
