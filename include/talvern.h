@@ -2,8 +2,10 @@
 #ifndef TALVERN_H
 #define TALVERN_H
 
+#include "talvern/aes.h"
 #include "talvern/aria.h"
 #include "talvern/base.h"
+#include "talvern/cipher.h"
 #include "talvern/digest.h"
 #include "talvern/lea.h"
 #include "talvern/mac.h"
