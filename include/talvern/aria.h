@@ -1,13 +1,13 @@
-/* Talvern: the ARIA block cipher.
+/* Talvern: the ARIA block cipher (KS X 1213, RFC 5794).
  *
- * ARIA (KS X 1213, RFC 5794): blocks of 16 bytes, keys of 128, 192 or 256 bits with 12, 14 or 16
- * rounds. Most callers use it through the block cipher unit; what is declared here is the engine
- * below it. Block functions take whole blocks of 16 bytes; input and output may be the same buffer.
+ * Blocks of 16 bytes, keys of 128, 192 or 256 bits with 12, 14 or 16 rounds. The block cipher unit
+ * (talvern/cipher.h) is the way to use it; here are its parts, for callers that keep the key record
+ * themselves. Input and output of the block functions may be the same buffer.
  */
 #ifndef TALVERN_ARIA_H
 #define TALVERN_ARIA_H
 
-#include "talvern/base.h"
+#include "talvern/cipher.h"
 
 VRQ_BEGIN_C
 
@@ -46,6 +46,32 @@ VRQ_API uint32_t vrq_Init_Decrypt_ARIA_Key(const uint8_t* key, int32_t key_lengt
  * null. */
 VRQ_API void vrq_ARIA_Encrypt_Block(const uint8_t* in, uint8_t* out, const VRQ_ARIA_KEY* key);
 VRQ_API void vrq_ARIA_Decrypt_Block(const uint8_t* in, uint8_t* out, const VRQ_ARIA_KEY* key);
+
+/* Expands a key into the schedule of a unit, for decryption only when the unit's mode is ECB or CBC
+ * and encrypt is 0.
+ * Returns 0, or VRQ_L_ARIA_INTERFACE / VRQ_F_INIT_ARIA_KEY with VRQ_ERR_INIT_KEY_FAILURE (null unit
+ * or key, a key length that ARIA does not have). */
+VRQ_API uint32_t vrq_Init_ARIA_Key(VRQ_BLOCK_CIPHER_UNIT* unit, const uint8_t* key,
+                                   int32_t encrypt);
+
+/* Key set-up of the unit. A null key is accepted and leaves the schedule as it was allocated: such a
+ * unit protects nothing.
+ * Returns 0, a self-test status, or VRQ_L_ARIA_INTERFACE / VRQ_F_INIT_ARIA with VRQ_ERR_INIT_FAILURE
+ * (null unit, or a failure of vrq_Init_ARIA_Key). */
+VRQ_API VRQ_KEY_SETUP vrq_Init_ARIA;
+
+/* Mode routines; see VRQ_MODE_ROUTINE. */
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_ECB;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CBC;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFBR;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB1;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB8;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB16;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB32;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CFB64;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_OFB;
+VRQ_API VRQ_MODE_ROUTINE vrq_Do_ARIA_CTR;
 
 /* Debugging output: bytes in hex on standard output, a blank after every fourth byte but the last,
  * no line end. printBlock prints 16 bytes. A length below 1 or a null pointer prints nothing. */

@@ -130,11 +130,11 @@ struct AriaBlock {
     }
 };
 
-using Modes = WordSerial<AriaBlock>;
+using WordModes = WordSerial<AriaBlock>;
 
 constexpr BlockKernel<VRQ_ARIA_KEY> kRows[] = {
-    {0, "portable", encrypt_blocks, decrypt_blocks, Modes::cbc_encrypt, Modes::cfb_encrypt,
-     Modes::ofb},
+    {0, "portable", encrypt_blocks, decrypt_blocks, WordModes::cbc_encrypt, WordModes::cfb_encrypt,
+     WordModes::ofb},
 };
 
 constinit std::atomic<const BlockKernel<VRQ_ARIA_KEY>*> g_kernel{nullptr};

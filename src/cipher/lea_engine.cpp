@@ -99,17 +99,17 @@ using vrq::lea::Key;
 
 } // namespace lanes
 
-using Serial128 = WordSerial<LeaBlock>;
+using WordModes = WordSerial<LeaBlock>;
 
 constexpr BlockKernel<VRQ_LEA_KEY> kRows[] = {
 #if defined(__x86_64__) && !defined(TALVERN_PORTABLE)
-    {cpu::kAvx512, "avx512", lea::encrypt_avx512, lea::decrypt_avx512, Serial128::cbc_encrypt,
-     Serial128::cfb_encrypt, Serial128::ofb},
-    {cpu::kAvx2, "avx2", lea::encrypt_avx2, lea::decrypt_avx2, Serial128::cbc_encrypt,
-     Serial128::cfb_encrypt, Serial128::ofb},
+    {cpu::kAvx512, "avx512", lea::encrypt_avx512, lea::decrypt_avx512, WordModes::cbc_encrypt,
+     WordModes::cfb_encrypt, WordModes::ofb},
+    {cpu::kAvx2, "avx2", lea::encrypt_avx2, lea::decrypt_avx2, WordModes::cbc_encrypt,
+     WordModes::cfb_encrypt, WordModes::ofb},
 #endif
     {0, "portable", lanes::crypt<lanes::Encrypt>, lanes::crypt<lanes::Decrypt>,
-     Serial128::cbc_encrypt, Serial128::cfb_encrypt, Serial128::ofb},
+     WordModes::cbc_encrypt, WordModes::cfb_encrypt, WordModes::ofb},
 };
 
 constinit std::atomic<const BlockKernel<VRQ_LEA_KEY>*> g_kernel{nullptr};

@@ -89,11 +89,11 @@ struct SeedBlock {
     }
 };
 
-using Serial128 = WordSerial<SeedBlock>;
+using WordModes = WordSerial<SeedBlock>;
 
 constexpr BlockKernel<VRQ_SEED_KEY> kRows[] = {
     {0, "portable", crypt_blocks<Order::kForward>, crypt_blocks<Order::kBackward>,
-     Serial128::cbc_encrypt, Serial128::cfb_encrypt, Serial128::ofb},
+     WordModes::cbc_encrypt, WordModes::cfb_encrypt, WordModes::ofb},
 };
 
 constinit std::atomic<const BlockKernel<VRQ_SEED_KEY>*> g_kernel{nullptr};
