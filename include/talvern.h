@@ -3,12 +3,19 @@
 #define TALVERN_H
 
 #include "talvern/aes.h"
+#include "talvern/aria.h"
 #include "talvern/base.h"
 #include "talvern/cipher.h"
+#include "talvern/digest.h"
+#include "talvern/lea.h"
+#include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
 #include "talvern/rc4.h"
+#include "talvern/seed.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
+#include "talvern/stream.h"
+#include "talvern/utils.h"
 
 #endif /* TALVERN_H */
