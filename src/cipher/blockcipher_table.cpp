@@ -2,7 +2,10 @@
 #include "cipher/blockcipher_table.h"
 
 #include "talvern/aes.h"
+#include "talvern/aria.h"
+#include "talvern/lea.h"
 #include "talvern/module.h"
+#include "talvern/seed.h"
 
 using namespace vrq;
 
@@ -15,15 +18,29 @@ namespace {
     }
 
 constexpr ModeSet kAes = MODE_SET(AES);
+constexpr ModeSet kAria = MODE_SET(ARIA);
+constexpr ModeSet kSeed = MODE_SET(SEED);
+constexpr ModeSet kLea = MODE_SET(LEA);
 
 constexpr bool kApproved = true;
-constexpr bool kNotApproved = false;
+constexpr bool kNot = false;
+constexpr bool kNoLengths = false;
 
 // clang-format off
 constexpr CipherRow kRows[] = {
-    {VRQ_ID_AES_128, "AES_128", 16, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNotApproved},
-    {VRQ_ID_AES_192, "AES_192", 24, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNotApproved},
-    {VRQ_ID_AES_256, "AES_256", 32, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNotApproved},
+    //                          key block schedule                            modes   in proven mode
+    {VRQ_ID_AES_128, "AES_128",   16, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNot},
+    {VRQ_ID_AES_192, "AES_192",   24, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNot},
+    {VRQ_ID_AES_256, "AES_256",   32, 16, sizeof(VRQ_AES_KEY), vrq_Init_AES, &kAes, kNot},
+    {VRQ_ID_ARIA_128, "ARIA_128", 16, 16, sizeof(VRQ_ARIA_KEY), vrq_Init_ARIA, &kAria, kApproved},
+    {VRQ_ID_ARIA_192, "ARIA_192", 24, 16, sizeof(VRQ_ARIA_KEY), vrq_Init_ARIA, &kAria, kApproved},
+    {VRQ_ID_ARIA_256, "ARIA_256", 32, 16, sizeof(VRQ_ARIA_KEY), vrq_Init_ARIA, &kAria, kApproved},
+    {VRQ_ID_SEED_128, "VRQ_SEED", 16, 16, sizeof(VRQ_SEED_KEY), vrq_Init_SEED, &kSeed, kApproved},
+    {VRQ_ID_SEED_256, "SEED_256", 32, 16, sizeof(VRQ_SEED_KEY), vrq_Init_SEED, &kSeed, kNot,
+     kNoLengths},
+    {VRQ_ID_LEA_128, "LEA_128",   16, 16, sizeof(VRQ_LEA_KEY), vrq_Init_LEA, &kLea, kNot},
+    {VRQ_ID_LEA_192, "LEA_192",   24, 16, sizeof(VRQ_LEA_KEY), vrq_Init_LEA, &kLea, kNot},
+    {VRQ_ID_LEA_256, "LEA_256",   32, 16, sizeof(VRQ_LEA_KEY), vrq_Init_LEA, &kLea, kNot},
 };
 
 struct ModeName {
