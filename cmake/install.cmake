@@ -25,5 +25,7 @@ install(FILES
   ${PROJECT_BINARY_DIR}/TalvernConfigVersion.cmake
   DESTINATION ${TALVERN_CONFIG_DIR})
 
+# Relative to the file's own place, so that an installation can be moved.
+file(RELATIVE_PATH TALVERN_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/talvern.pc.in ${PROJECT_BINARY_DIR}/talvern.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/talvern.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

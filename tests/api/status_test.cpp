@@ -1,4 +1,5 @@
 // Status words and their texts.
+#include "harness/output.h"
 #include "talvern.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,8 @@
 #include <string>
 
 namespace {
+
+using test::output_of;
 
 struct Text {
     uint32_t status;
@@ -41,13 +44,6 @@ constexpr Text kTexts[] = {
     {0x0A010068, nullptr, ">> ERROR : VRQ_L_DIGEST VRQ_F_INIT_DIGEST "},
     {0xFFFFFFFF, nullptr, ">> ERROR : NON-PROVEN ALGORITM IN PROVEN MODE!! \n"},
 };
-
-template <class Call>
-std::string output_of(Call call) {
-    testing::internal::CaptureStdout();
-    call();
-    return testing::internal::GetCapturedStdout();
-}
 
 TEST(Status, TextsOfStatusWords) {
     for (const Text& row : kTexts) {
