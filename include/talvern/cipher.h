@@ -44,7 +44,13 @@
 
 VRQ_BEGIN_C
 
-/* Algorithms: bits 8 to 31 of an identifier. */
+/* The parts of an identifier, in one enumeration so that they combine without a conversion.
+ *   ECB, CBC           whole blocks; a message of any length with block padding
+ *   CFB, OFB, CTR      byte streams over full blocks. RC2 has no CTR.
+ *   CFB128             the same as CFB on 16-byte blocks, refused on 8-byte blocks
+ *   CFB1 to CFB64      have names and lengths, but the unit refuses them: the engines' own routines
+ *                      offer partial feedback
+ *   VRQ_NO_PADDING     no padding and, on decryption, no block held back */
 enum {
     VRQ_ID_AES_128 = 0x01000100,
     VRQ_ID_AES_192 = 0x01000200,
@@ -65,16 +71,8 @@ enum {
     VRQ_ID_RC2_64 = 0x07000300,
     VRQ_ID_LEA_128 = 0x08000100,
     VRQ_ID_LEA_192 = 0x08000200,
-    VRQ_ID_LEA_256 = 0x08000300
-};
+    VRQ_ID_LEA_256 = 0x08000300,
 
-/* Modes of operation: bits 1 to 7 of an identifier.
- *   ECB, CBC           whole blocks; a message of any length with block padding
- *   CFB, OFB, CTR      byte streams over full blocks. RC2 has no CTR.
- *   CFB128             the same as CFB on 16-byte blocks, refused on 8-byte blocks
- *   CFB1 to CFB64      have names and lengths, but the unit refuses them: the engines' own routines
- *                      offer partial feedback */
-enum {
     VRQ_MODE_ECB = 0x00,
     VRQ_MODE_CBC = 0x20,
     VRQ_MODE_CFB = 0x40,
@@ -85,11 +83,10 @@ enum {
     VRQ_MODE_CFB64 = 0x4A,
     VRQ_MODE_CFB128 = 0x4C,
     VRQ_MODE_OFB = 0x60,
-    VRQ_MODE_CTR = 0x80
-};
+    VRQ_MODE_CTR = 0x80,
 
-/* Bit 0 of an identifier: no padding and, on decryption, no block held back. */
-enum { VRQ_NO_PADDING = 0x01 };
+    VRQ_NO_PADDING = 0x01
+};
 
 enum { VRQ_MAX_BLOCK_LENGTH = 16, VRQ_BINARY_KEY_LENGTH = 896 };
 
