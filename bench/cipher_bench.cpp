@@ -99,6 +99,7 @@ void add_row(const Row& row) {
 }
 
 bool add_rows() {
+    VRQ_Change_Non_Proven_Mode();
     for (const CipherCase& cipher : kCipherCases) {
         for (std::size_t mode = 0; mode < std::size(kUnitModes); ++mode) {
             if (!offers(cipher, kUnitModes[mode])) continue;

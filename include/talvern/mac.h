@@ -13,7 +13,7 @@
 VRQ_BEGIN_C
 
 /* An HMAC identifier is that of the digest with this bit. */
-enum { VRQ_ID_HMAC = 0x10000000 };
+#define VRQ_ID_HMAC ((uint32_t)0x10000000)
 
 /* The HMAC unit. It belongs to one thread at a time. */
 typedef struct VRQ_HMAC_UNIT {

@@ -231,7 +231,7 @@ u32 vrq_Final_MDC2(void* context, u8* out) {
     if (c == nullptr || out == nullptr) return fail(VRQ_F_FINAL_MDC2, VRQ_ERR_NULL_INPUT);
 
     const bool adds_bit = c->padding_type == kBitPadding;
-    if (c->fill + (adds_bit ? 1 : 0) > kBlock)
+    if (std::size_t{c->fill} + (adds_bit ? 1 : 0) > kBlock)
         return fail(VRQ_F_FINAL_MDC2, VRQ_ERR_SUB_OPERATION_FAILURE);
     if (adds_bit) c->pending[c->fill++] = 0x80;
     if (c->fill != 0 || c->padding_type != kZeroPadding) {

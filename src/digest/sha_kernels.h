@@ -28,12 +28,15 @@ void sha512_portable(u64* state, const u8* data, std::size_t blocks);
 
 void sha1_ni(u32* state, const u8* data, std::size_t blocks);
 void sha256_ni(u32* state, const u8* data, std::size_t blocks);
+void sha512_avx2(u64* state, const u8* data, std::size_t blocks);
+void sha512_avx512(u64* state, const u8* data, std::size_t blocks);
 
 inline constexpr HashKernel<u32> kSha1Kernels[] = {{cpu::kShaNi | cpu::kSsse3, "sha-ni", sha1_ni},
                                                    {0, "portable", sha1_portable}};
 inline constexpr HashKernel<u32> kSha256Kernels[] = {
     {cpu::kShaNi | cpu::kSsse3, "sha-ni", sha256_ni}, {0, "portable", sha256_portable}};
-inline constexpr HashKernel<u64> kSha512Kernels[] = {{0, "portable", sha512_portable}};
+inline constexpr HashKernel<u64> kSha512Kernels[] = {{cpu::kAvx2 | cpu::kBmi2, "avx2", sha512_avx2},
+                                                     {0, "portable", sha512_portable}};
 
 #else
 

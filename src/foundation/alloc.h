@@ -15,9 +15,12 @@ namespace vrq {
     return VRQ_Malloc(size, file, line);
 }
 
+// The platform's calloc passes by its per-thread cache; for records this is faster.
 [[nodiscard]] inline void* allocate_zeroed(std::size_t size, const char* file = __builtin_FILE(),
                                            int line = __builtin_LINE()) {
-    return VRQ_Calloc(1, size, file, line);
+    void* memory = VRQ_Malloc(size, file, line);
+    if (memory != nullptr) std::memset(memory, 0, size);
+    return memory;
 }
 
 // Null is allowed.
