@@ -51,6 +51,13 @@ void cbc_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, st
 void cfb_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
 void ctr_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
 
+// With fewer blocks than a vector holds these are the functions above.
+void encrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void decrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void cbc_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void cfb_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void ctr_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+
 void expand_ni(VRQ_AES_KEY& key, const u8* bytes, u32 length);
 void invert_ni(VRQ_AES_KEY& key);
 
