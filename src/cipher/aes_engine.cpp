@@ -4,8 +4,7 @@
 
 #include "cipher/tables/aes.h"
 #include "cipher/tables/expand.h"
-#include "foundation/bytes.h"
-#include "foundation/scope.h"
+#include "cipher/word_modes.h"
 
 #include <algorithm>
 #include <cassert>
@@ -43,93 +42,74 @@ constexpr u32 fail(u32 reason) {
 
 constexpr u32 lane(u32 word, u32 number) { return word >> (24 - 8 * number) & 0xFF; }
 
-struct State {
-    u32 w[4];
-
-    u32& operator[](u32 i) { return w[i % 4]; }
-    u32 operator[](u32 i) const { return w[i % 4]; }
-};
-
-State load(const u8* in) {
-    return {load_be<u32>(in), load_be<u32>(in + 4), load_be<u32>(in + 8), load_be<u32>(in + 12)};
+// A column after SubBytes, ShiftRows and MixColumns: ShiftRows takes lane n from the column n
+// further on.
+u32 encrypt_column(u32 s0, u32 s1, u32 s2, u32 s3) {
+    return E_Table0[lane(s0, 0)] ^ E_Table1[lane(s1, 1)] ^ E_Table2[lane(s2, 2)] ^
+           E_Table3[lane(s3, 3)];
 }
 
-void store(u8* out, const State& s) {
-    for (u32 i = 0; i < 4; ++i) store_be(out + 4 * std::size_t{i}, s[i]);
+u32 encrypt_last_column(u32 s0, u32 s1, u32 s2, u32 s3) {
+    return E_Table4_0[lane(s0, 0)] | E_Table4_1[lane(s1, 1)] | E_Table4_2[lane(s2, 2)] |
+           E_Table4_3[lane(s3, 3)];
 }
 
-State add(State s, const u32* round_key) {
-    for (u32 i = 0; i < 4; ++i) s[i] ^= round_key[i];
-    return s;
+u32 decrypt_column(u32 s0, u32 s1, u32 s2, u32 s3) {
+    return D_Table0[lane(s0, 0)] ^ D_Table1[lane(s1, 1)] ^ D_Table2[lane(s2, 2)] ^
+           D_Table3[lane(s3, 3)];
 }
 
-// ShiftRows takes lane n of an output column from the column n further on.
-State encrypt_round(const State& s) {
-    State t;
-    for (u32 i = 0; i < 4; ++i) {
-        t[i] = E_Table0[lane(s[i], 0)] ^ E_Table1[lane(s[i + 1], 1)] ^ E_Table2[lane(s[i + 2], 2)] ^
-               E_Table3[lane(s[i + 3], 3)];
-    }
+u32 decrypt_last_column(u32 s0, u32 s1, u32 s2, u32 s3) {
+    return D_Table4[lane(s0, 0)] << 24 | D_Table4[lane(s1, 1)] << 16 | D_Table4[lane(s2, 2)] << 8 |
+           D_Table4[lane(s3, 3)];
+}
+
+using Column = u32 (*)(u32, u32, u32, u32);
+
+// InvShiftRows takes lane n from the column n before.
+template <Column kColumn, bool kInverse>
+Words round(const Words& s, const u32* round_key) {
+    constexpr u32 k1 = kInverse ? 3 : 1;
+    constexpr u32 k3 = kInverse ? 1 : 3;
+    Words t = {{kColumn(s.w[0], s.w[k1], s.w[2], s.w[k3]) ^ round_key[0],
+                kColumn(s.w[1], s.w[(1 + k1) % 4], s.w[3], s.w[(1 + k3) % 4]) ^ round_key[1],
+                kColumn(s.w[2], s.w[(2 + k1) % 4], s.w[0], s.w[(2 + k3) % 4]) ^ round_key[2],
+                kColumn(s.w[3], s.w[(3 + k1) % 4], s.w[1], s.w[(3 + k3) % 4]) ^ round_key[3]}};
+    keep_apart(t);
     return t;
 }
 
-State encrypt_last(const State& s) {
-    State t;
-    for (u32 i = 0; i < 4; ++i) {
-        t[i] = E_Table4_0[lane(s[i], 0)] | E_Table4_1[lane(s[i + 1], 1)] |
-               E_Table4_2[lane(s[i + 2], 2)] | E_Table4_3[lane(s[i + 3], 3)];
-    }
-    return t;
-}
-
-// InvShiftRows takes it from the column n before.
-State decrypt_round(const State& s) {
-    State t;
-    for (u32 i = 0; i < 4; ++i) {
-        t[i] = D_Table0[lane(s[i], 0)] ^ D_Table1[lane(s[i + 3], 1)] ^ D_Table2[lane(s[i + 2], 2)] ^
-               D_Table3[lane(s[i + 1], 3)];
-    }
-    return t;
-}
-
-State decrypt_last(const State& s) {
-    State t;
-    for (u32 i = 0; i < 4; ++i) {
-        t[i] = D_Table4[lane(s[i], 0)] << 24 | D_Table4[lane(s[i + 3], 1)] << 16 |
-               D_Table4[lane(s[i + 2], 2)] << 8 | D_Table4[lane(s[i + 1], 3)];
-    }
-    return t;
+template <Column kColumn, Column kLast, bool kInverse>
+Words cipher(const VRQ_AES_KEY& key, const Words& x) {
+    const u32* round_key = key.round_keys;
+    Words s = {{x.w[0] ^ round_key[0], x.w[1] ^ round_key[1], x.w[2] ^ round_key[2],
+                x.w[3] ^ round_key[3]}};
+    keep_apart(s);
+    for (u32 left = aes::rounds(key) - 1; left != 0; --left)
+        s = round<kColumn, kInverse>(s, round_key += 4);
+    return round<kLast, kInverse>(s, round_key + 4);
 }
 
 struct Block {
     using Key = VRQ_AES_KEY;
-    static constexpr std::size_t kBlock = AesEngine::kBlock;
-
-    static void encrypt_block(const Key& key, u8* out, const u8* in) {
-        const u32* round_key = key.round_keys;
-        State s = add(load(in), round_key);
-        for (u32 round = aes::rounds(key) - 1; round != 0; --round)
-            s = add(encrypt_round(s), round_key += 4);
-        store(out, add(encrypt_last(s), round_key + 4));
+    static Words load(const u8* in) { return load_words_be(in); }
+    static void store(u8* out, const Words& x) { store_words_be(out, x); }
+    static Words encrypt(const Key& key, const Words& x) {
+        return cipher<encrypt_column, encrypt_last_column, false>(key, x);
     }
-
-    static void decrypt_block(const Key& key, u8* out, const u8* in) {
-        const u32* round_key = key.round_keys;
-        State s = add(load(in), round_key);
-        for (u32 round = aes::rounds(key) - 1; round != 0; --round)
-            s = add(decrypt_round(s), round_key += 4);
-        store(out, add(decrypt_last(s), round_key + 4));
+    static Words decrypt(const Key& key, const Words& x) {
+        return cipher<decrypt_column, decrypt_last_column, true>(key, x);
     }
 };
 
 void encrypt(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks) {
-    for (; blocks != 0; --blocks, out += Block::kBlock, in += Block::kBlock)
-        Block::encrypt_block(key, out, in);
+    for (; blocks != 0; --blocks, out += 16, in += 16)
+        Block::store(out, Block::encrypt(key, Block::load(in)));
 }
 
 void decrypt(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks) {
-    for (; blocks != 0; --blocks, out += Block::kBlock, in += Block::kBlock)
-        Block::decrypt_block(key, out, in);
+    for (; blocks != 0; --blocks, out += 16, in += 16)
+        Block::store(out, Block::decrypt(key, Block::load(in)));
 }
 
 u32 sub_word(u32 word) {
@@ -178,8 +158,8 @@ constexpr BlockKernel<VRQ_AES_KEY> kKernels[] = {
     {cpu::kAesNi | cpu::kSsse3, "aes-ni", aes::encrypt_ni, aes::decrypt_ni, aes::cbc_encrypt_ni,
      aes::cfb_encrypt_ni, aes::ofb_ni, aes::cbc_decrypt_ni, aes::cfb_decrypt_ni, aes::ctr_ni},
 #endif
-    {0, "portable", encrypt, decrypt, Serial<Block>::cbc_encrypt, Serial<Block>::cfb_encrypt,
-     Serial<Block>::ofb},
+    {0, "portable", encrypt, decrypt, WordSerial<Block>::cbc_encrypt,
+     WordSerial<Block>::cfb_encrypt, WordSerial<Block>::ofb},
 };
 
 constexpr AesKeyKernel kKeyKernels[] = {
