@@ -5,6 +5,7 @@
 #include "talvern/aes.h"
 #include "talvern/aria.h"
 #include "talvern/base.h"
+#include "talvern/blockmac.h"
 #include "talvern/cipher.h"
 #include "talvern/digest.h"
 #include "talvern/lea.h"
