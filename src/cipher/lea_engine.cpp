@@ -31,10 +31,15 @@ inline void forward(u32& a, u32& b, u32& c, u32& d, const u32* k) {
     b = std::rotl((a ^ k[0]) + (b ^ k[1]), 9);
 }
 
+// The inverse. Each word waits for the one before; the key words that meet on the way are joined
+// first, so that one exclusive or less lies between them.
 inline void backward(const u32& a, u32& b, u32& c, u32& d, const u32* k) {
-    b = (std::rotr(b, 9) - (a ^ k[0])) ^ k[1];
-    c = (std::rotl(c, 5) - (b ^ k[2])) ^ k[3];
-    d = (std::rotl(d, 3) - (c ^ k[4])) ^ k[5];
+    const u32 x = std::rotr(b, 9) - (a ^ k[0]);
+    const u32 y = std::rotl(c, 5) - (x ^ (k[1] ^ k[2]));
+    const u32 z = std::rotl(d, 3) - (y ^ (k[3] ^ k[4]));
+    b = x ^ k[1];
+    c = y ^ k[3];
+    d = z ^ k[5];
 }
 
 [[gnu::always_inline]] inline Words encrypt(const VRQ_LEA_KEY& key, Words x) {
