@@ -2,13 +2,20 @@
 #ifndef TALVERN_H
 #define TALVERN_H
 
+#include "talvern/aes.h"
+#include "talvern/aria.h"
 #include "talvern/base.h"
 #include "talvern/bigint.h"
+#include "talvern/blockmac.h"
+#include "talvern/cipher.h"
 #include "talvern/digest.h"
+#include "talvern/lea.h"
 #include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
 #include "talvern/random.h"
+#include "talvern/rc4.h"
+#include "talvern/seed.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
 #include "talvern/stream.h"

@@ -1,0 +1,68 @@
+// AES (FIPS 197) as an engine for the modes of operation.
+#pragma once
+
+#include "cipher/engine.h"
+#include "talvern/aes.h"
+
+#include <span>
+
+namespace vrq {
+
+struct AesEngine {
+    using Key = VRQ_AES_KEY;
+    static constexpr u32 kLibrary = VRQ_L_AES_INTERFACE;
+    static constexpr std::size_t kBlock = 16;
+    static constexpr ModeCodes kCodes = kModesFrom3;
+
+    // The kernel for this processor.
+    static const BlockKernel<Key>& kernel();
+
+    // All rows, best first.
+    static std::span<const BlockKernel<Key>> kernels();
+};
+
+// Key expansion; length is 16, 24 or 32. invert() turns the schedule of the cipher into that of the
+// equivalent inverse cipher.
+struct AesKeyKernel {
+    u32 needs;
+    const char* name;
+    void (*expand)(VRQ_AES_KEY& key, const u8* bytes, u32 length);
+    void (*invert)(VRQ_AES_KEY& key);
+};
+
+std::span<const AesKeyKernel> aes_key_kernels();
+
+namespace aes {
+
+// Rounds of a record. One that was never set up, or was changed, counts as one of 14: that stays
+// within the record.
+inline u32 rounds(const VRQ_AES_KEY& key) {
+    return key.rounds == 10 || key.rounds == 12 ? static_cast<u32>(key.rounds) : 14;
+}
+
+#if defined(__x86_64__) && !defined(TALVERN_PORTABLE)
+
+void encrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void decrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void cbc_encrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void cfb_encrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void ofb_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void cbc_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void cfb_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void ctr_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+
+// With fewer blocks than a vector holds these are the functions above.
+void encrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void decrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
+void cbc_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void cfb_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+void ctr_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+
+void expand_ni(VRQ_AES_KEY& key, const u8* bytes, u32 length);
+void invert_ni(VRQ_AES_KEY& key);
+
+#endif
+
+} // namespace aes
+
+} // namespace vrq
