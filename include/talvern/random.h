@@ -3,6 +3,7 @@
  *   VRQ_Rand_Bytes          random bytes from the process-wide Hash_DRBG; what most callers want
  *   VRQ_DRBG_UNIT           a Hash_DRBG of one's own (NIST SP 800-90A)
  *   VRQ_ENTROPY_UNIT        the collector behind both: noise of the running system, conditioned
+ *   VRQ_PRNG_UNIT           the older generator of FIPS 186-2, for algorithms that are not approved
  *
  * The process-wide generator is seeded at its first use and again in every forked child; its callers
  * may be many threads. Units belong to one thread at a time.
@@ -10,7 +11,7 @@
 #ifndef TALVERN_RANDOM_H
 #define TALVERN_RANDOM_H
 
-#include "talvern/base.h"
+#include "talvern/bigint.h"
 
 VRQ_BEGIN_C
 
@@ -52,6 +53,14 @@ VRQ_API uint32_t vrq_Get_Rand_Bytes_DRBG(uint8_t* out, int32_t length, uint32_t 
 /* Forgets the process-wide generator and gives up a lock that a failed draw kept. The next draw seeds
  * anew. */
 VRQ_API void VRQ_Uninstantiate_DRBG(void);
+
+/* r = a random number of at most so many bits, from VRQ_Rand_Bytes. The top bit is not forced.
+ * Returns 0, a self-test status, or VRQ_L_DRBG / VRQ_F_GET_RAND_BIGINT_EX with
+ *   VRQ_ERR_NULL_INPUT             null r
+ *   VRQ_ERR_GET_RAND_FAIL          no memory, or VRQ_Rand_Bytes failed: bits 0 too, which keeps the
+ *                                  generator locked as any failed draw does
+ *   VRQ_ERR_BINARY_TO_BIGINT_FAIL  r cannot grow */
+VRQ_API uint32_t VRQ_Get_Rand_BIGINT_Ex(VRQ_BIGINT* r, uint32_t bits);
 
 /* ---- Hash_DRBG units ---- */
 
@@ -297,6 +306,124 @@ VRQ_API void vrq_Entropy_Get_System_RNG_Info(VRQ_ENTROPY_UNIT* unit, int32_t cou
 VRQ_API void vrq_Entropy_Get_Battery_Info(VRQ_ENTROPY_UNIT* unit);
 VRQ_API void vrq_Entropy_Get_Shared_Memory_Info(VRQ_ENTROPY_UNIT* unit);
 VRQ_API void vrq_Entropy_Get_Fork_Response_Info(VRQ_ENTROPY_UNIT* unit);
+
+/* ---- The older generator ----
+ *
+ * FIPS 186-2, appendix 3: a secret state XKEY, an optional XSEED added to it, and a one-way function
+ * G over a digest (SHA-1, SHA-224, SHA-256, SHA-384, SHA-512, HAS-160) or a block cipher (ARIA,
+ * SEED-128). It is kept for callers that must reproduce its streams and for DSA, ECDSA and KCDSA of
+ * the old interface. It is refused in proven mode.
+ *
+ * Callers rely on its output as it is, which is weaker than it looks:
+ *   - The state keeps no more bits than it has: each step may shorten XKEY, never lengthen it. Draw
+ *     little from one unit; a unit that has given some hundred outputs is worn out.
+ *   - G over a digest feeds one block of 64 bytes to a running hash. For SHA-384 and SHA-512 that is
+ *     half a block, so the first output is the initial hash value and then every value comes twice.
+ *   - A SHA-224 unit gives nothing to VRQ_Get_Rand.
+ *   - A copy of a unit, in a forked child too, repeats the stream.
+ * VRQ_Rand_Bytes has none of this.
+ */
+
+typedef struct VRQ_PRNG_UNIT {
+    VRQ_BIGINT* xkey; /* replaced at every step */
+    VRQ_BIGINT* xseed;
+    uint32_t algorithm;  /* identifier of the digest or cipher of G; 0 when refused */
+    void* engine;        /* digest record or key schedule, owned */
+    int32_t engine_size; /* size of a digest record; 32 for ARIA, 16 for SEED */
+    int32_t init_marker; /* -1 once Init has run; Clean acts only then */
+    VRQ_BIGINT_POOL* pool;
+    int32_t pool_owned; /* 1 when Init made the pool */
+} VRQ_PRNG_UNIT;
+
+/* Returns a zeroed unit, or null. */
+VRQ_API VRQ_PRNG_UNIT* VRQ_New_PRNG_Unit(void);
+
+/* Binds G and sets XKEY and XSEED.
+ *   xkey   20 to 64 bytes, big-endian; made from the clock when null
+ *   xseed  big-endian, any length; made from XKEY and the module's seed pool when null, or when it
+ *          equals XKEY
+ *   pool   scratch for the unit's life; made when null
+ * Returns 0, a self-test status, or VRQ_L_PRNG / VRQ_F_INIT_PRNG with
+ *   VRQ_ERR_NULL_INPUT            null unit
+ *   VRQ_ERR_NOT_PROVEN_ALGORITHM  in proven mode
+ *   VRQ_ERR_INIT_FAILURE          length of xkey (the unit's XKEY is cleared), unknown identifier, or
+ *                                 the digest refused
+ *   VRQ_ERR_MEM_ALLOC             no memory
+ *   VRQ_ERR_DIGEST_FAIL           the seed pool could not be hashed */
+VRQ_API uint32_t VRQ_Init_PRNG(VRQ_PRNG_UNIT* unit, uint32_t algorithm, const uint8_t* xkey,
+                               uint32_t xkey_length, const uint8_t* xseed, uint32_t xseed_length,
+                               VRQ_BIGINT_POOL* pool);
+
+/* Fills out with n bytes. The first output of a call, the first two when n is the output length, are
+ * kept back and compared with those that follow; the last output of a longer draw is not compared.
+ * Returns 0, or VRQ_L_PRNG / VRQ_F_GET_RAND with
+ *   VRQ_ERR_NULL_INPUT          null unit or out
+ *   VRQ_ERR_RANDOM_GEN_FAILURE  a step failed
+ *   VRQ_ERR_ENTROPY_FAIL        equal outputs; always for SHA-224 */
+VRQ_API uint32_t VRQ_Get_Rand(VRQ_PRNG_UNIT* unit, uint8_t* out, uint32_t n);
+
+/* r = a random number of at most so many bits.
+ * Returns 0, a self-test status, or VRQ_L_PRNG / VRQ_F_GET_RAND_BIGINT with VRQ_ERR_NULL_INPUT or
+ * VRQ_ERR_MEM_ALLOC. Callers rely on 0 also when VRQ_Get_Rand failed; r is then as it was, so compare
+ * it with what it held before. */
+VRQ_API uint32_t VRQ_Get_Rand_BIGINT(VRQ_PRNG_UNIT* unit, VRQ_BIGINT* r, uint32_t bits);
+
+/* r = one output, reduced modulo q unless q is null; XKEY advances by r. SHA-224 works here.
+ * Returns 0, a self-test status, or VRQ_L_PRNG with VRQ_F_GET_INNER_RAND and
+ *   VRQ_ERR_NULL_INPUT              null unit or r
+ *   VRQ_ERR_START_BIGINT_POOL_FAIL  the pool refused
+ *   VRQ_ERR_MEM_ALLOC               no memory, G failed, q is 0
+ * or with VRQ_F_GET_RAND and VRQ_ERR_NULL_XKEY_VALUE. */
+VRQ_API uint32_t VRQ_Get_Rand_DSA_BIGINT(VRQ_PRNG_UNIT* unit, VRQ_BIGINT* r, const VRQ_BIGINT* q);
+
+/* n bytes from a fresh unit over SHA-1.
+ * Returns 0, or VRQ_L_PRNG / VRQ_F_RAND_BYTES with VRQ_ERR_MEM_ALLOC, VRQ_ERR_INIT_PRNG_FAIL (always
+ * in proven mode) or VRQ_ERR_GET_RAND_FAIL. */
+VRQ_API uint32_t VRQ_Rand_Bytes_PRNG(uint8_t* out, uint32_t n);
+
+/* Clean frees what the unit owns, wiped, and zeroes the unit, if Init has run; Free cleans and
+ * releases. Null is ignored. */
+VRQ_API void VRQ_Clean_PRNG_Unit(VRQ_PRNG_UNIT* unit);
+VRQ_API void VRQ_Free_PRNG_Unit(VRQ_PRNG_UNIT* unit);
+
+/* One step: out receives the output, *length its bytes: the digest length, 64 at most, or 16 (the
+ * first bytes of a cipher's 20). With SHA-224 nothing is written and 0 returns.
+ * Returns 0, a self-test status, or VRQ_L_PRNG / VRQ_F_GET_INNER_RAND with VRQ_ERR_NULL_INPUT,
+ * VRQ_ERR_NULL_XKEY_VALUE, VRQ_ERR_START_BIGINT_POOL_FAIL or VRQ_ERR_MEM_ALLOC. */
+VRQ_API uint32_t get_inner_rand(VRQ_PRNG_UNIT* unit, uint8_t* out, uint32_t* length);
+
+/* G of a value, over the unit's digest and over its cipher. Return a record of the unit's pool, in
+ * which a frame must be open, or null. */
+VRQ_API VRQ_BIGINT* G_Digest(VRQ_PRNG_UNIT* unit, const VRQ_BIGINT* value);
+VRQ_API VRQ_BIGINT* G_Block_Cipher(VRQ_PRNG_UNIT* unit, const VRQ_BIGINT* value);
+
+/* The seed pool of the process, 20 bytes. SEED_add stirs data into it with SHA-1; the polls add the
+ * noise sources of the collector: Fast those of its level 1, vrq_SEED_Poll those of level 2,
+ * SEED_poll_slow those of level 3. The first initialisation of a process polls. */
+VRQ_API void SEED_add(const uint8_t* data, uint32_t length);
+VRQ_API void vrq_SEED_Poll_Fast(void);
+VRQ_API void vrq_SEED_Poll(void);
+VRQ_API void SEED_poll_slow(void);
+
+/* One noise source each, stirred into the seed pool; what they read and may do is said at the
+ * sources of the collector above. */
+VRQ_API void vrq_Get_Process_Stat_Info(void);
+VRQ_API void vrq_Get_Process_Status_Info(void);
+VRQ_API void vrq_Get_Process_Task_Info(void);
+VRQ_API void vrq_Get_System_Info(void);
+VRQ_API void vrq_Get_System_Stat_Info(void);
+VRQ_API void vrq_Get_CPU_Info(void);
+VRQ_API void vrq_Get_Disk_Info(void);
+VRQ_API void vrq_Get_Sleep_Time_Info(void);
+VRQ_API void vrq_Get_CPU_Speed_Info(void);
+VRQ_API void vrq_Get_System_Memory_Info(void);
+VRQ_API void vrq_Get_Network_Traffic_Info(void);
+VRQ_API void vrq_Get_Current_Process_Info(void);
+VRQ_API void vrq_Get_Current_Time_Info(void);
+VRQ_API void vrq_Get_System_RNG_Info(int32_t count);
+VRQ_API void vrq_Get_Battery_Info(void);
+VRQ_API void vrq_Get_Shared_Memory_Info(void);
+VRQ_API void vrq_Get_Fork_Response_Info(void);
 
 VRQ_END_C
 

@@ -167,6 +167,23 @@ u32 VRQ_Rand_Bytes(u8* out, i32 length) {
     return VRQ_Rand_Bytes_DRBG(out, length, 0, VRQ_ID_SHA256, 0);
 }
 
+u32 VRQ_Get_Rand_BIGINT_Ex(VRQ_BIGINT* r, u32 bits) {
+    constexpr auto failed = [](u32 reason) {
+        return make_status(VRQ_L_DRBG, VRQ_F_GET_RAND_BIGINT_EX, reason);
+    };
+    if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
+    if (r == nullptr) return failed(VRQ_ERR_NULL_INPUT);
+
+    const u32 length = bits / 8 + (bits % 8 != 0 ? 1 : 0);
+    SecretHeap bytes(length + 1);
+    if (!bytes || VRQ_Rand_Bytes(bytes.data(), static_cast<i32>(length)) != 0)
+        return failed(VRQ_ERR_GET_RAND_FAIL);
+    bytes.data()[0] = static_cast<u8>(bytes.data()[0] >> (length * u64{8} - bits));
+    if (VRQ_Binary_To_BIGINT(bytes.data(), static_cast<i32>(length), r) == nullptr)
+        return failed(VRQ_ERR_BINARY_TO_BIGINT_FAIL);
+    return 0;
+}
+
 void VRQ_Uninstantiate_DRBG() {
     const bool is_kept = g_lock_owner == process_mark() * 2 && g_is_kept.exchange(false);
     if (!is_kept && lock() != 0) return;
