@@ -13,6 +13,7 @@
 #include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
+#include "talvern/prime.h"
 #include "talvern/random.h"
 #include "talvern/rc4.h"
 #include "talvern/seed.h"
