@@ -2,7 +2,7 @@
 //
 // Every output block is the hash of V + i. V is as long as fills one block of the hash with its
 // padding, so each takes exactly one compression, and none depends on another: SHA-256 and SHA-224
-// hash several at once, together with the first half of the update hash of 0x03 and V.
+// hash several at once, or a single one together with the first half of the update hash of 0x03 and V.
 #include "random/drbg_hash.h"
 
 #include "digest/digest_table.h"
@@ -11,6 +11,7 @@
 #include "digest/sha_constants.h"
 #include "foundation/scope.h"
 #include "foundation/unit.h"
+#include "random/hashgen_kernels.h"
 #include "random/seed_sum.h"
 #include "talvern/module.h"
 
@@ -86,7 +87,27 @@ class Output {
         return true;
     }
 
+    // Where the next blocks may be written at once: they are 32 bytes and wanted whole. Or null.
+    u8* room(std::size_t blocks) const {
+        return !keeps_back_ && block_ == kWide && left_ >= blocks * kWide ? out_ : nullptr;
+    }
+
+    // Takes blocks that stand there.
+    [[nodiscard]] bool take_in_place(std::size_t blocks) {
+        const u8* before = last_;
+        for (std::size_t i = 0; i < blocks; ++i) {
+            if (are_equal(out_, before, kWide)) return false;
+            before = out_;
+            out_ += kWide;
+        }
+        std::memcpy(last_, before, kWide);
+        left_ -= blocks * kWide;
+        return true;
+    }
+
   private:
+    static constexpr std::size_t kWide = 32;
+
     u8* last_;
     std::size_t block_;
     u8* out_;
@@ -111,41 +132,51 @@ class ManyAtOnce {
   public:
     ManyAtOnce(u32 hash, const u8* v)
         : initial_(hash == VRQ_ID_SHA256 ? kInitial.sha256 : kInitial.sha224) {
-        pad(next_, v, kSeed);
-        // 0x03 and V, the first of two blocks.
+        // V, and 0x03 and V, each with the padding that fits its block.
+        std::memcpy(next_, v, kSeed);
+        next_[kSeed] = 0x80;
+        store_be(next_ + kBlock - 8, u64{kSeed * 8});
         update_[0] = 0x03;
         std::memcpy(update_ + 1, v, kSeed);
-        update_[kSeed + 1] = 0x80;
-        std::memset(update_ + kSeed + 2, 0, kBlock - kSeed - 2);
+        store_be(update_ + kSeed + 1, u64{0x80} << 56);
     }
     ~ManyAtOnce() {
-        wipe_object(next_);
-        wipe_object(update_);
-        wipe(blocks_, used_ * kBlock);
+        wipe_object(next_); // and what lies behind it
         wipe(digests_, used_ * kDigest);
     }
     ManyAtOnce(const ManyAtOnce&) = delete;
     ManyAtOnce& operator=(const ManyAtOnce&) = delete;
 
     [[nodiscard]] Outcome output(Output& output) {
-        for (std::size_t left = output.blocks_left(); left != 0;) {
-            const std::size_t taken = std::min(left, kMany - 1);
+        std::size_t left = output.blocks_left();
+        // The usual short draw: one block, along with the first half of the update hash.
+        if (left == 1) {
+            used_ = 2;
+            sha256_multi(initial_, digests_, next_, 2);
+            has_update_ = true;
+            return output.take(digests_) ? Outcome::kDone : Outcome::kRepeatedBlock;
+        }
+        while (left != 0) {
+            const std::size_t taken = std::min({left, kMany, until_overflow()});
+            if (!next(output, taken)) return Outcome::kRepeatedBlock;
+            advance(taken);
             left -= taken;
-            hash(taken, left == 0);
-            for (std::size_t i = 0; i < taken; ++i) {
-                if (!output.take(digests_ + i * kDigest)) return Outcome::kRepeatedBlock;
-            }
         }
         return Outcome::kDone;
     }
 
-    // The hash of 0x03 and V, after the output. The second block is all padding.
+    // The hash of 0x03 and V. Its second block is all padding.
     [[nodiscard]] Outcome update(u8* digest) {
-        u8 padding[kBlock] = {};
-        store_be(padding + kBlock - 8, u64{(kSeed + 1) * 8});
-        Sha256::compress(update_state_, padding, 1);
-        BlockHash<Sha256>::put_digest(update_state_, digest, kDigest);
-        wipe_object(update_state_);
+        u32 state[8];
+        if (has_update_) {
+            for (std::size_t i = 0; i < 8; ++i) state[i] = load_be<u32>(digests_ + kDigest + 4 * i);
+        } else {
+            std::memcpy(state, initial_, sizeof state);
+            Sha256::compress(state, update_, 1);
+        }
+        Sha256::compress(state, kPadding, 1);
+        BlockHash<Sha256>::put_digest(state, digest, kDigest);
+        wipe_object(state);
         return Outcome::kDone;
     }
 
@@ -153,35 +184,47 @@ class ManyAtOnce {
     static constexpr std::size_t kSeed = 55;
     static constexpr std::size_t kBlock = 64;
     static constexpr std::size_t kDigest = 32;
-    static constexpr std::size_t kMany = 16;
+    static constexpr std::size_t kMany = 64;
 
-    static void pad(u8* block, const u8* message, std::size_t length) {
-        std::memcpy(block, message, length);
-        block[length] = 0x80;
-        store_be(block + kBlock - 8, u64{length * 8});
+    // The second block of the update hash: nothing but the length, 448 bits.
+    static constexpr u8 kPadding[kBlock] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                            0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                            0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                            0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0xC0};
+    static constexpr std::size_t kLowAt = kSeed - 3;
+
+    // False when a block equals the one before.
+    bool next(Output& output, std::size_t count) {
+        const auto digest = hashgen_kernel(count).digest;
+        if (u8* place = output.room(count); place != nullptr) {
+            digest(initial_, place, next_, count);
+            return output.take_in_place(count);
+        }
+        used_ = std::max(used_, count);
+        digest(initial_, digests_, next_, count);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!output.take(digests_ + i * kDigest)) return false;
+        }
+        return true;
     }
 
-    // Hashes the next blocks, behind the last of them also the first half of the update hash.
-    void hash(std::size_t count, bool is_last) {
-        for (std::size_t i = 0; i < count; ++i) {
-            std::memcpy(blocks_ + i * kBlock, next_, kBlock);
-            increment(next_, kSeed);
-        }
-        if (is_last) std::memcpy(blocks_ + count * kBlock, update_, kBlock);
-        const std::size_t all = count + (is_last ? 1 : 0);
-        used_ = std::max(used_, all);
-        sha256_multi(initial_, digests_, blocks_, all);
-        if (!is_last) return;
-        for (std::size_t i = 0; i < 8; ++i)
-            update_state_[i] = load_be<u32>(digests_ + count * kDigest + 4 * i);
+    // Numbers up to the next whose low 24 bits are zero.
+    std::size_t until_overflow() const {
+        return (std::size_t{1} << 24) - (load_be<u32>(next_ + kLowAt) >> 8);
+    }
+
+    void advance(std::size_t count) {
+        const std::size_t low = (load_be<u32>(next_ + kLowAt) >> 8) + count;
+        for (std::size_t i = 0; i < 3; ++i)
+            next_[kLowAt + i] = static_cast<u8>(low >> (16 - 8 * i));
+        if (low >> 24 != 0) increment(next_, kLowAt);
     }
 
     const u32* initial_;
     std::size_t used_ = 0;
-    u32 update_state_[8];
-    alignas(64) u8 next_[kBlock];
-    alignas(64) u8 update_[kBlock];
-    alignas(64) u8 blocks_[kMany * kBlock];
+    bool has_update_ = false;
+    alignas(64) u8 next_[2 * kBlock]; // the update hash's first block stands behind
+    u8* const update_ = next_ + kBlock;
     alignas(64) u8 digests_[kMany * kDigest];
 };
 
@@ -249,11 +292,8 @@ Outcome generate_with(Hasher& hasher, const drbg::State& state, u8* out, std::si
         return outcome;
     }
 
-    drbg::SeedSum sum(state.v, seed_length(row));
-    sum.add_digest(h.data(), digest_length(row));
-    sum.add(state.c);
-    sum.add_number(static_cast<u64>(*state.reseed_counter));
-    sum.store(state.v);
+    drbg::add_to_seed(state.v, seed_length(row), state.c, h.data(), digest_length(row),
+                      static_cast<u64>(*state.reseed_counter));
     ++*state.reseed_counter;
     return outcome;
 }
@@ -294,9 +334,7 @@ u32 add_additional_input(const HashRow& row, u8* v, const u8* additional, i32 le
     if (VRQ_Final_DIGEST(unit.get(), w.data(), nullptr) != 0)
         return fail(kFunction, VRQ_ERR_FINAL_DIGEST_FAIL);
 
-    SeedSum sum(v, seed_length(row));
-    sum.add_digest(w.data(), digest_length(row));
-    sum.store(v);
+    add_to_seed(v, seed_length(row), nullptr, w.data(), digest_length(row), 0);
     return 0;
 }
 

@@ -1,5 +1,5 @@
-// Sums of big-endian numbers as long as the seed, 55 or 111 bytes, in 64-bit limbs. Carries run
-// without branches: V and C are secret.
+// Sums of big-endian numbers as long as the seed, in 64-bit limbs. V and C are secret: carries run without
+// branches.
 #pragma once
 
 #include "foundation/bytes.h"
@@ -9,69 +9,58 @@
 
 namespace vrq::drbg {
 
-class SeedSum {
-  public:
-    // The seed lengths are whole numbers of limbs less one byte: the top limb holds seven.
-    SeedSum(const u8* number, std::size_t length) : limbs_((length + 1) / 8) {
-        load(sum_, number, length);
-    }
-    ~SeedSum() { wipe_object(sum_); }
-    SeedSum(const SeedSum&) = delete;
-    SeedSum& operator=(const SeedSum&) = delete;
+// Seeds of 55 and 111 bytes: whole numbers of limbs less one byte, so the top limb holds seven.
+template <std::size_t Limbs>
+struct SeedSum {
+    static constexpr std::size_t kLength = Limbs * 8 - 1;
 
-    // Adds a number of the seed's length.
-    void add(const u8* number) {
-        u64 other[kLimbs];
-        load(other, number, limbs_ * 8 - 1);
-        add_limbs(other, limbs_);
-        wipe_object(other);
-    }
-
-    // Adds a shorter number of a multiple of four bytes: a digest.
-    void add_digest(const u8* digest, std::size_t length) {
-        u64 other[kLimbs];
+    // v = (v + c + digest + counter) mod 2^(8 kLength). A null c counts as zero; the digest is no
+    // longer than the seed, a multiple of four bytes.
+    static void add(u8* v, const u8* c, const u8* digest, std::size_t digest_length, u64 counter) {
+        struct {
+            u64 v[Limbs];
+            u64 c[Limbs] = {};
+            u64 digest[Limbs] = {};
+        } term;
+        load(term.v, v);
+        if (c != nullptr) load(term.c, c);
         std::size_t count = 0;
-        for (; length >= 8; length -= 8) other[count++] = load_be<u64>(digest + length - 8);
-        if (length != 0) other[count++] = load_be<u32>(digest);
-        add_limbs(other, count);
-        wipe_object(other);
-    }
+        for (; digest_length >= 8; digest_length -= 8)
+            term.digest[count++] = load_be<u64>(digest + digest_length - 8);
+        if (digest_length != 0) term.digest[count] = load_be<u32>(digest);
 
-    void add_number(u64 number) { add_limbs(&number, 1); }
-
-    // Writes the sum modulo 2^(8 length).
-    void store(u8* out) const {
-        const std::size_t length = limbs_ * 8 - 1;
-        store_be(out, sum_[limbs_ - 1] << 8);
-        for (std::size_t i = 0; i + 1 < limbs_; ++i) store_be(out + length - 8 * (i + 1), sum_[i]);
+        __extension__ using u128 = unsigned __int128;
+        u128 sum = counter;
+        for (std::size_t i = 0; i < Limbs; ++i) {
+            sum = sum + term.v[i] + term.c[i] + term.digest[i];
+            term.v[i] = static_cast<u64>(sum);
+            sum >>= 64;
+        }
+        store(v, term.v);
+        wipe_object(term);
     }
 
   private:
-    static constexpr std::size_t kLimbs = 14;
-
-    static void load(u64* limbs, const u8* number, std::size_t length) {
-        const std::size_t count = (length + 1) / 8;
-        for (std::size_t i = 0; i + 1 < count; ++i)
-            limbs[i] = load_be<u64>(number + length - 8 * (i + 1));
-        limbs[count - 1] = load_be<u64>(number) >> 8;
+    static void load(u64* limbs, const u8* number) {
+        for (std::size_t i = 0; i + 1 < Limbs; ++i)
+            limbs[i] = load_be<u64>(number + kLength - 8 * (i + 1));
+        limbs[Limbs - 1] = load_be<u64>(number) >> 8;
     }
 
-    void add_limbs(const u64* other, std::size_t count) {
-        u64 carry = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const u64 partial = sum_[i] + carry;
-            carry = partial < carry ? 1 : 0;
-            sum_[i] = partial + other[i];
-            carry |= sum_[i] < partial ? 1 : 0;
-        }
-        for (std::size_t i = count; i < limbs_; ++i) {
-            sum_[i] += carry;
-            carry = sum_[i] < carry ? 1 : 0;
-        }
+    static void store(u8* out, const u64* limbs) {
+        store_be(out, limbs[Limbs - 1] << 8 | limbs[Limbs - 2] >> 56);
+        for (std::size_t i = 0; i + 1 < Limbs; ++i)
+            store_be(out + kLength - 8 * (i + 1), limbs[i]);
     }
-
-    std::size_t limbs_;
-    u64 sum_[kLimbs];
 };
+
+inline void add_to_seed(u8* v, std::size_t length, const u8* c, const u8* digest,
+                        std::size_t digest_length, u64 counter) {
+    if (length == SeedSum<7>::kLength) {
+        SeedSum<7>::add(v, c, digest, digest_length, counter);
+    } else {
+        SeedSum<14>::add(v, c, digest, digest_length, counter);
+    }
+}
 
 } // namespace vrq::drbg

@@ -4,6 +4,7 @@
 #include "harness/faults.h"
 #include "harness/hash_drbg_model.h"
 #include "random/drbg_state.h"
+#include "random/hashgen_kernels.h"
 #include "talvern.h"
 
 #include <gtest/gtest.h>
@@ -29,6 +30,36 @@ TEST(Sha256Multi, KernelsAgreeWithThePortableOne) {
             vrq::sha256_multi_portable(initial, expected.data() + 1, blocks.data() + 1, count);
             row.digest(initial, out.data() + 1, blocks.data() + 1, count);
             ASSERT_EQ(expected, out) << row.name << " " << count;
+        }
+    }
+}
+
+TEST(Hashgen, KernelsAgreeWithOneBlockAtATime) {
+    Bytes block(64, 0);
+    for (std::size_t i = 0; i < 55; ++i) block[i] = static_cast<uint8_t>(200 + i * 3);
+    block[55] = 0x80;
+    block[62] = 0x01;
+    block[63] = 0xB8;
+    const uint32_t initial[8] = {1, 0xFFFFFFFF, 3, 0x80000000, 5, 6, 0x7FFFFFFF, 0};
+    Bytes expected;
+    for (uint32_t i = 0; i < 70; ++i) {
+        Bytes digest(32);
+        Bytes one = block;
+        const uint32_t low = (block[52] << 16 | block[53] << 8 | block[54]) + i;
+        for (int n = 0; n < 3; ++n) one[52 + n] = static_cast<uint8_t>(low >> (16 - 8 * n));
+        vrq::sha256_multi_portable(initial, digest.data(), one.data(), 1);
+        expected.insert(expected.end(), digest.begin(), digest.end());
+    }
+    for (const vrq::HashgenKernel& row : vrq::kHashgenKernels) {
+        if (!vrq::cpu::has(row.needs)) continue;
+        for (std::size_t count = 0; count <= 70; ++count) {
+            Bytes out(32 * 70 + 1, 0x77);
+            row.digest(initial, out.data() + 1, block.data(), count);
+            ASSERT_EQ(Bytes(expected.begin(), expected.begin() + 32 * count),
+                      Bytes(out.begin() + 1, out.begin() + 1 + 32 * count))
+                << row.name << " " << count;
+            ASSERT_EQ(Bytes(32 * (70 - count), 0x77),
+                      Bytes(out.begin() + 1 + 32 * count, out.end()));
         }
     }
 }
