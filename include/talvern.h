@@ -14,6 +14,8 @@
 #include "talvern/mac.h"
 #include "talvern/memory.h"
 #include "talvern/module.h"
+#include "talvern/prime.h"
+#include "talvern/random.h"
 #include "talvern/rc2.h"
 #include "talvern/rc4.h"
 #include "talvern/rc5.h"

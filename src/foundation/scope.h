@@ -44,6 +44,9 @@ class SecretHeap {
     u8* data() { return data_; }
     std::size_t size() const { return size_; }
 
+    // Hands the block over to the caller.
+    u8* take() { return std::exchange(data_, nullptr); }
+
   private:
     u8* data_;
     std::size_t size_;

@@ -210,7 +210,7 @@ TEST(BlockCipherStatus, NothingRunsAfterARefusedInit) {
 // A weak key (SP 800-67) and wrong parity are taken; encrypting twice gives the message back.
 TEST(BlockCipherStatus, DesTakesWeakKeys) {
     const Bytes message(8, 0x5C);
-    for (const uint8_t byte : {0x01, 0xFE, 0x00}) {
+    for (const uint8_t byte : {uint8_t{0x01}, uint8_t{0xFE}, uint8_t{0x00}}) {
         const CipherUnit unit =
             cipher_unit(VRQ_ID_DES | kEcb | kNoPadding, Bytes(8, byte), {}, true);
         const Bytes once = run_whole(unit.get(), message);
