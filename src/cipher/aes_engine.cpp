@@ -135,7 +135,7 @@ void invert(VRQ_AES_KEY& key) {
 constexpr BlockKernel<VRQ_AES_KEY> kKernels[] = {
 #if defined(__x86_64__) && !defined(TALVERN_PORTABLE)
     {cpu::kVaes | cpu::kAvx512 | cpu::kAesNi | cpu::kSsse3, "vaes-avx512", aes::encrypt_vaes,
-     aes::decrypt_vaes, aes::cbc_encrypt_ni, aes::cfb_encrypt_ni, aes::ofb_ni,
+     aes::decrypt_vaes, aes::cbc_encrypt_vaes, aes::cfb_encrypt_vaes, aes::ofb_vaes,
      aes::cbc_decrypt_vaes, aes::cfb_decrypt_vaes, aes::ctr_vaes},
     {cpu::kAesNi | cpu::kSsse3, "aes-ni", aes::encrypt_ni, aes::decrypt_ni, aes::cbc_encrypt_ni,
      aes::cfb_encrypt_ni, aes::ofb_ni, aes::cbc_decrypt_ni, aes::cfb_decrypt_ni, aes::ctr_ni},

@@ -45,21 +45,24 @@ constexpr u32 doubled(u32 constant) { return (constant << 1) ^ ((constant >> 7) 
 
 #if defined(__x86_64__) && !defined(TALVERN_PORTABLE)
 
-void encrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
-void decrypt_ni(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
-void cbc_encrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void cfb_encrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void ofb_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void cbc_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void cfb_decrypt_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void ctr_ni(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+#define AES_KERNEL(suffix)                                                                         \
+    void encrypt_##suffix(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);      \
+    void decrypt_##suffix(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);      \
+    void cbc_encrypt_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,            \
+                              std::size_t blocks);                                                 \
+    void cfb_encrypt_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,            \
+                              std::size_t blocks);                                                 \
+    void ofb_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,                    \
+                      std::size_t blocks);                                                         \
+    void cbc_decrypt_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,            \
+                              std::size_t blocks);                                                 \
+    void cfb_decrypt_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in,            \
+                              std::size_t blocks);                                                 \
+    void ctr_##suffix(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks)
 
-// With fewer blocks than a vector holds these are the functions above.
-void encrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
-void decrypt_vaes(const VRQ_AES_KEY& key, u8* out, const u8* in, std::size_t blocks);
-void cbc_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void cfb_decrypt_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
-void ctr_vaes(const VRQ_AES_KEY& key, u8* chain, u8* out, const u8* in, std::size_t blocks);
+AES_KERNEL(ni);
+AES_KERNEL(vaes);
+#undef AES_KERNEL
 
 void expand_ni(VRQ_AES_KEY& key, const u8* bytes, u32 length);
 void invert_ni(VRQ_AES_KEY& key);
