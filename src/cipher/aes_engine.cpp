@@ -108,15 +108,17 @@ void expand(VRQ_AES_KEY& key, const u8* bytes, u32 length) {
 
     for (u32 i = 0; i < key_words; ++i) w[i] = load_be<u32>(bytes + 4 * std::size_t{i});
     u32 constant = 1;
+    u32 place = 0; // in the turn of key_words
     for (u32 i = key_words; i < words; ++i) {
         u32 word = w[i - 1];
-        if (i % key_words == 0) { // NOLINT(clang-analyzer-core.DivideZero): lengths are checked
+        if (place == 0) {
             word = sub_word(word << 8 | word >> 24) ^ constant << 24;
             constant = aes::doubled(constant);
-        } else if (key_words == 8 && i % key_words == 4) {
+        } else if (key_words == 8 && place == 4) {
             word = sub_word(word);
         }
         w[i] = w[i - key_words] ^ word;
+        if (++place == key_words) place = 0;
     }
 }
 
