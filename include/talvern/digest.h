@@ -105,7 +105,7 @@ VRQ_API void VRQ_Free_DIGEST_Unit(VRQ_DIGEST_UNIT* unit);
  *   out_length  receives the digest length; may be null
  * Returns 0, or VRQ_L_DIGEST / VRQ_F_DIGEST with
  *   VRQ_ERR_NULL_INPUT          null data
- *   VRQ_ERR_MALLOC              no memory for the unit
+ *   VRQ_ERR_MALLOC              reserved; the call needs no memory
  *   VRQ_ERR_INIT_DIGEST_FAIL    VRQ_Init_DIGEST failed, for whatever reason
  *   VRQ_ERR_UPDATE_DIGEST_FAIL  VRQ_Update_DIGEST failed
  *   VRQ_ERR_FINAL_DIGEST_FAIL   VRQ_Final_DIGEST failed, null out included */

@@ -22,7 +22,15 @@ static_assert(sizeof(VRQ_DIGEST_UNIT) == 64 && offsetof(VRQ_DIGEST_UNIT, block_l
               offsetof(VRQ_DIGEST_UNIT, init_marker) == 56 &&
               offsetof(VRQ_DIGEST_UNIT, restricted) == 60);
 
-using OwnedUnit = Owned<VRQ_DIGEST_UNIT, VRQ_Free_DIGEST_Unit>;
+// Room for the context of any engine.
+union AnyContext {
+    VRQ_SHA512_CTX sha512;
+    VRQ_SHA256_CTX sha256;
+    VRQ_SHA1_CTX sha1;
+    VRQ_MD5_CTX md5;
+    VRQ_HAS160_CTX has160;
+    VRQ_MDC2_CTX mdc2;
+};
 
 constexpr std::size_t kNameSize = 16;
 
@@ -108,16 +116,20 @@ void VRQ_Free_DIGEST_Unit(VRQ_DIGEST_UNIT* unit) {
 
 u32 VRQ_DIGEST(u32 algorithm, const u8* data, u32 length, u8* out, u32* out_length) {
     if (data == nullptr) return fail(VRQ_F_DIGEST, VRQ_ERR_NULL_INPUT);
-    const OwnedUnit unit(VRQ_New_DIGEST_Unit());
-    if (unit == nullptr) return fail(VRQ_F_DIGEST, VRQ_ERR_MALLOC);
-    if (VRQ_Init_DIGEST(unit.get(), algorithm) != 0)
+    // Unit and context of a short message cost more on the heap than the message itself.
+    VRQ_DIGEST_UNIT unit{};
+    if (vrq_Init_DIGEST_Alg(&unit, algorithm) != 0)
         return fail(VRQ_F_DIGEST, VRQ_ERR_INIT_DIGEST_FAIL);
-    if (VRQ_Update_DIGEST(unit.get(), data, static_cast<i32>(length)) != 0)
+    AnyContext context{};
+    const WipeOnExit wiped(context);
+    unit.context = &context;
+    if (unit.init(unit.context) != 0) return fail(VRQ_F_DIGEST, VRQ_ERR_INIT_DIGEST_FAIL);
+    if (VRQ_Update_DIGEST(&unit, data, static_cast<i32>(length)) != 0)
         return fail(VRQ_F_DIGEST, VRQ_ERR_UPDATE_DIGEST_FAIL);
     // The engine's own Final: no next message follows that VRQ_Final_DIGEST would have to start.
-    if (out == nullptr || unit->final(unit->context, out) != 0)
+    if (out == nullptr || unit.final(unit.context, out) != 0)
         return fail(VRQ_F_DIGEST, VRQ_ERR_FINAL_DIGEST_FAIL);
-    if (out_length != nullptr) *out_length = unit->digest_length;
+    if (out_length != nullptr) *out_length = unit.digest_length;
     return 0;
 }
 
