@@ -93,11 +93,13 @@ u32 make_xkey(u8* xkey) {
     return unit.pool != nullptr;
 }
 
-// Loads big-endian bytes into a record of the unit, made when absent.
+// Loads big-endian bytes into a record of the unit, made when absent and all is well: a record of 0 would
+// let a unit whose Init failed draw.
 [[nodiscard]] bool load(VRQ_BIGINT*& record, const u8* bytes, u32 length) {
-    if (record == nullptr) record = VRQ_New_BIGINT();
-    return record != nullptr && length <= 0x7FFFFFFF &&
-           VRQ_Binary_To_BIGINT(bytes, static_cast<i32>(length), record) != nullptr;
+    if (length > 0x7FFFFFFF) return false;
+    VRQ_BIGINT* loaded = VRQ_Binary_To_BIGINT(bytes, static_cast<i32>(length), record);
+    if (loaded != nullptr) record = loaded;
+    return loaded != nullptr;
 }
 
 struct Seed {

@@ -283,4 +283,28 @@ TEST(Drbg, SecretsAreWiped) {
     }
 }
 
+TEST(Prng, UnitWhoseInitFailedDrawsNothing) {
+    const Bytes key(30, 0x21);
+    const Bytes seed(20, 0x22);
+    for (const uint32_t algorithm : {int{VRQ_ID_SHA1}, int{VRQ_ID_ARIA_192}}) {
+        test::for_each_allocation_fault([&](std::size_t number) {
+            VRQ_PRNG_UNIT* unit = VRQ_New_PRNG_Unit();
+            if (unit == nullptr) return;
+            const uint32_t status =
+                VRQ_Init_PRNG(unit, algorithm, key.data(), 30, seed.data(), 20, nullptr);
+            uint8_t out[50];
+            const uint32_t drawn = VRQ_Get_Rand(unit, out, 50);
+            if (status != 0) {
+                EXPECT_EQ(0x1401003BU, status);
+                EXPECT_EQ(0x1404004EU, drawn);
+            }
+            if (number == 0) {
+                EXPECT_EQ(0U, status);
+                EXPECT_EQ(0U, drawn);
+            }
+            VRQ_Free_PRNG_Unit(unit);
+        });
+    }
+}
+
 } // namespace
