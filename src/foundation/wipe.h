@@ -23,8 +23,9 @@ void wipe_object(T& object) {
 
 // Wipes the stack below the caller's frame: there, functions that have returned may have kept words of a
 // secret for which they had no register. 1 KiB covers the hash functions and the calls that lead to them.
-[[gnu::noinline]] inline void wipe_stack() {
-    unsigned char below[1024];
+template <std::size_t Size = 1024>
+[[gnu::noinline]] void wipe_stack() {
+    unsigned char below[Size];
     wipe(below, sizeof below);
 }
 

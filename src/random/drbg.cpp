@@ -76,20 +76,22 @@ bool has_seed_length(const VRQ_DRBG_UNIT& unit) {
     return row != nullptr && row->seed_length == unit.seed_length;
 }
 
-// V from the seed material, C from V; counter 1. The reason of a failure, or 0.
-u32 seed(VRQ_DRBG_UNIT& unit, const u8* material, u32 length) {
-    if (!make_seed_buffer(unit.v) || !make_seed_buffer(unit.c)) return VRQ_ERR_HASH_DF_FAIL;
-
-    SecretBytes<drbg::kMaxSeedLength> v;
+// V from the seed material, C from V; counter 1. The reason of a failure, or 0. A unit that fails here is
+// as before: one that was never seeded gets no V, which would let it generate from zeros.
+u32 seed(VRQ_DRBG_UNIT& unit, const u8* material, std::size_t length) {
+    if (length > static_cast<std::size_t>(drbg::kMaxInput)) return VRQ_ERR_HASH_DF_FAIL;
     SecretBytes<1 + drbg::kMaxSeedLength> prefixed;
+    SecretBytes<drbg::kMaxSeedLength> c;
+    u8* const v = prefixed.data() + 1;
     const auto seed_length = static_cast<std::size_t>(unit.seed_length);
-    if (Hash_df(&unit, material, length, v.data()) != 0) return VRQ_ERR_HASH_DF_FAIL;
+    if (Hash_df(&unit, material, static_cast<u32>(length), v) != 0) return VRQ_ERR_HASH_DF_FAIL;
     prefixed[0] = 0x00;
-    std::memcpy(prefixed.data() + 1, v.data(), seed_length);
-    if (Hash_df(&unit, prefixed.data(), 1 + static_cast<u32>(seed_length), unit.c) != 0)
+    if (Hash_df(&unit, prefixed.data(), 1 + static_cast<u32>(seed_length), c.data()) != 0 ||
+        !make_seed_buffer(unit.c) || !make_seed_buffer(unit.v))
         return VRQ_ERR_HASH_DF_FAIL;
 
-    std::memcpy(unit.v, v.data(), seed_length);
+    std::memcpy(unit.v, v, seed_length);
+    std::memcpy(unit.c, c.data(), seed_length);
     unit.reseed_counter = 1;
     unit.instantiated = 1;
     return 0;
@@ -261,7 +263,8 @@ u32 vrq_Instantiate_HashDRBG(VRQ_DRBG_UNIT* unit) {
     append(input.nonce, input.nonce_length);
     append(input.personalization, input.personalization_length);
 
-    const u32 reason = seed(*unit, material.data(), static_cast<u32>(end - material.data()));
+    const u32 reason =
+        seed(*unit, material.data(), static_cast<std::size_t>(end - material.data()));
     return reason == 0 ? 0 : fail(kFunction, reason);
 }
 
@@ -291,7 +294,8 @@ u32 vrq_Reseed_HashDRBG(VRQ_DRBG_UNIT* unit) {
         return fail(kFunction, VRQ_ERR_INPUT_BUF_TOO_BIG);
 
     const auto seed_length = static_cast<std::size_t>(unit->seed_length);
-    const auto additional_length = static_cast<std::size_t>(unit->additional_length);
+    const auto additional_length =
+        unit->additional == nullptr ? 0 : static_cast<std::size_t>(unit->additional_length);
     const std::size_t length = 1 + seed_length + unit->input->entropy_length + additional_length;
     SecretHeap material(length);
     if (!material) return fail(kFunction, VRQ_ERR_HASH_DF_FAIL);
@@ -303,7 +307,7 @@ u32 vrq_Reseed_HashDRBG(VRQ_DRBG_UNIT* unit) {
     end += unit->input->entropy_length;
     if (additional_length != 0) std::memcpy(end, unit->additional, additional_length);
 
-    const u32 reason = seed(*unit, material.data(), static_cast<u32>(length));
+    const u32 reason = seed(*unit, material.data(), length);
     return reason == 0 ? 0 : fail(kFunction, reason);
 }
 
@@ -332,6 +336,7 @@ u32 Hash_df(const VRQ_DRBG_UNIT* unit, const u8* input, u32 length, u8* out) {
         std::memcpy(out + filled, block.data(), static_cast<std::size_t>(taken));
         filled += taken;
     }
+    wipe_stack();
     return 0;
 }
 

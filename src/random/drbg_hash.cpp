@@ -285,8 +285,15 @@ Outcome generate_with(Hasher& hasher, const drbg::State& state, u8* out, std::si
     const drbg::HashRow& row = *state.row;
     Output output(state.last_block, digest_length(row), out, length);
     SecretBytes<drbg::kMaxDigestLength> h;
+    const bool is_short = output.blocks_left() < 10;
     Outcome outcome = hasher.output(output);
     if (outcome == Outcome::kDone) outcome = hasher.update(h.data());
+    // The kernels leave V on the stack, from which the output can be told; that of many blocks deep down.
+    if (is_short) {
+        wipe_stack<1536>();
+    } else {
+        wipe_stack<3072>();
+    }
     if (outcome != Outcome::kDone) {
         wipe(out, length);
         return outcome;
@@ -331,8 +338,9 @@ u32 add_additional_input(const HashRow& row, u8* v, const u8* additional, i32 le
         (length != 0 && VRQ_Update_DIGEST(unit.get(), additional, length) != 0))
         return fail(kFunction, VRQ_ERR_UPDATE_DIGEST_FAIL);
     SecretBytes<kMaxDigestLength> w;
-    if (VRQ_Final_DIGEST(unit.get(), w.data(), nullptr) != 0)
-        return fail(kFunction, VRQ_ERR_FINAL_DIGEST_FAIL);
+    const u32 status = VRQ_Final_DIGEST(unit.get(), w.data(), nullptr);
+    wipe_stack();
+    if (status != 0) return fail(kFunction, VRQ_ERR_FINAL_DIGEST_FAIL);
 
     add_to_seed(v, seed_length(row), nullptr, w.data(), digest_length(row), 0);
     return 0;

@@ -83,11 +83,23 @@ u32 make_xkey(u8* xkey) {
     return length;
 }
 
-// Loads big-endian bytes into a record of the unit, made when absent.
+// The pool of the caller, or one of the unit's own; that of an Init before goes, unless it is given
+// again. False when there is no memory.
+[[nodiscard]] bool bind_pool(VRQ_PRNG_UNIT& unit, VRQ_BIGINT_POOL* pool) {
+    if (pool != nullptr && pool == unit.pool) return true;
+    if (unit.pool_owned == 1) VRQ_Free_BIGINT_Pool(unit.pool);
+    unit.pool = pool == nullptr ? VRQ_New_BIGINT_Pool() : pool;
+    unit.pool_owned = pool == nullptr && unit.pool != nullptr ? 1 : 0;
+    return unit.pool != nullptr;
+}
+
+// Loads big-endian bytes into a record of the unit, made when absent and all is well: a record of 0 would
+// let a unit whose Init failed draw.
 [[nodiscard]] bool load(VRQ_BIGINT*& record, const u8* bytes, u32 length) {
-    if (record == nullptr) record = VRQ_New_BIGINT();
-    return record != nullptr && length <= 0x7FFFFFFF &&
-           VRQ_Binary_To_BIGINT(bytes, static_cast<i32>(length), record) != nullptr;
+    if (length > 0x7FFFFFFF) return false;
+    VRQ_BIGINT* loaded = VRQ_Binary_To_BIGINT(bytes, static_cast<i32>(length), record);
+    if (loaded != nullptr) record = loaded;
+    return loaded != nullptr;
 }
 
 struct Seed {
@@ -142,7 +154,9 @@ VRQ_BIGINT* apply_g(VRQ_PRNG_UNIT& unit, std::size_t bits, VRQ_BIGINT* v) {
         VRQ_Add_BIGINT(v, unit.xkey, unit.xseed, unit.pool) != 0)
         return nullptr;
     keep_low_bits(*v, bits);
-    return is_prng_cipher(unit.algorithm) ? G_Block_Cipher(&unit, v) : G_Digest(&unit, v);
+    VRQ_BIGINT* x = is_prng_cipher(unit.algorithm) ? G_Block_Cipher(&unit, v) : G_Digest(&unit, v);
+    wipe_stack();
+    return x;
 }
 
 // The bytes of an output: of a cipher's G the first ones.
@@ -178,13 +192,7 @@ u32 VRQ_Init_PRNG(VRQ_PRNG_UNIT* unit, u32 algorithm, const u8* xkey, u32 xkey_l
     }
 
     unit->init_marker = kInitialized;
-    if (unit->pool_owned == 1) VRQ_Free_BIGINT_Pool(unit->pool); // of an Init before
-    unit->pool_owned = pool == nullptr ? 1 : 0;
-    unit->pool = pool == nullptr ? VRQ_New_BIGINT_Pool() : pool;
-    if (unit->pool == nullptr) {
-        unit->pool_owned = 0;
-        return fail(kFunction, VRQ_ERR_MEM_ALLOC);
-    }
+    if (!bind_pool(*unit, pool)) return fail(kFunction, VRQ_ERR_MEM_ALLOC);
     if (VRQ_Crypto_Initialize() != 0) return fail(kFunction, VRQ_ERR_INIT_FAILURE);
     if (const u32 s = make_engine(*unit, algorithm); s != 0) return s;
     return set_seeds(*unit, {xkey, xkey_length}, {xseed, xseed_length});

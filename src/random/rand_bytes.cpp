@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstring>
 
+#include <pthread.h>
 #include <sched.h>
 
 using namespace vrq;
@@ -82,6 +83,18 @@ u32 draw(const drbg::HashRow& row, u8* out, i32 length) {
     g_saved.reseed_counter = counter;
     return 0;
 }
+
+// A thread cancelled while it reads the noise sources would take the mutex along for good.
+class NoCancellation {
+  public:
+    NoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+    ~NoCancellation() { pthread_setcancelstate(before_, nullptr); }
+    NoCancellation(const NoCancellation&) = delete;
+    NoCancellation& operator=(const NoCancellation&) = delete;
+
+  private:
+    int before_ = PTHREAD_CANCEL_ENABLE;
+};
 
 // Null when the draw needs a unit: to be seeded, reseeded or refused.
 const drbg::HashRow* usual_draw(const u8* out, i32 length, u32 hash, u32 prediction) {
@@ -153,9 +166,13 @@ u32 vrq_Get_Rand_Bytes_DRBG(u8* out, i32 length, u32 type, u32 hash, u32 predict
 
     if (type != 0) return keep_lock(fail(VRQ_ERR_NOT_SUPPORTED));
     if (hash != g_saved.hash) g_saved.is_valid = 0;
-    const drbg::HashRow* row = usual_draw(out, length, hash, prediction);
-    const u32 status = row != nullptr ? draw(*row, out, length)
-                                      : draw_with_unit(out, length, hash, prediction, input);
+    u32 status;
+    if (const drbg::HashRow* row = usual_draw(out, length, hash, prediction); row != nullptr) {
+        status = draw(*row, out, length);
+    } else {
+        const NoCancellation held;
+        status = draw_with_unit(out, length, hash, prediction, input);
+    }
     return status != 0 ? keep_lock(status) : unlock();
 }
 

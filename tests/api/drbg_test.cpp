@@ -492,6 +492,26 @@ TEST(RandBytes, ChildOfAProcessWhoseLockIsHeldCanDraw) {
     VRQ_Uninstantiate_DRBG();
 }
 
+// The lock stays with a thread that is cancelled while it reads the noise sources.
+TEST(RandBytes, CancelledThreadsLeaveTheLockFree) {
+    for (int i = 0; i < 5; ++i) {
+        std::atomic<bool> stops{false};
+        std::atomic<bool> draws{false};
+        std::thread thread([&] {
+            uint8_t out[8];
+            draws = true;
+            while (!stops) VRQ_Rand_Bytes_DRBG(out, 8, 0, VRQ_ID_SHA256, 1);
+            pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+        });
+        while (!draws) std::this_thread::yield();
+        pthread_cancel(thread.native_handle());
+        usleep(1000);
+        stops = true;
+        thread.join();
+        random_bytes(32);
+    }
+}
+
 TEST(RandBytes, ManyThreads) {
     VRQ_Uninstantiate_DRBG();
     std::vector<std::thread> threads;

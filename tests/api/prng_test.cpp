@@ -364,6 +364,11 @@ TEST(Prng, InitialisesAgainAndWithAPoolOfTheCaller) {
         }
     }
     EXPECT_EQ(16, unit->engine_size) << "SEED's";
+    // Its own pool, given back to it.
+    ASSERT_EQ(0U, VRQ_Init_PRNG(unit, VRQ_ID_SHA1, key.data(), 20, nullptr, 0, nullptr));
+    ASSERT_EQ(0U, VRQ_Init_PRNG(unit, VRQ_ID_SHA1, key.data(), 20, nullptr, 0, unit->pool));
+    EXPECT_EQ(1, unit->pool_owned);
+    EXPECT_EQ(0U, VRQ_Get_Rand(unit, out, 32));
     VRQ_Clean_PRNG_Unit(unit);
     const VRQ_PRNG_UNIT zero{};
     EXPECT_EQ(0, std::memcmp(&zero, unit, sizeof zero));

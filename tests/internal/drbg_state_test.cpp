@@ -9,7 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+
+#include <ucontext.h>
 
 namespace {
 
@@ -186,6 +189,69 @@ TEST(Drbg, AllocationFaults) {
     });
 }
 
+// It would generate from zeros if a failed seeding left it V and C.
+TEST(Drbg, UnitWhoseSeedingFailedGeneratesNothing) {
+    const Bytes entropy(40, 0x21);
+    for (const uint32_t hash : {int{VRQ_ID_SHA256}, int{VRQ_ID_SHA512}}) {
+        test::for_each_allocation_fault([&](std::size_t) {
+            VRQ_DRBG_UNIT* unit = vrq_New_DRBG_Unit();
+            if (unit == nullptr) return;
+            const bool is_ready =
+                vrq_Init_DRBG(unit, hash, 0, 0, 1) == 0 &&
+                vrq_Set_Instantiate_DRBG_Param(unit, entropy.data(), 40, entropy.data(), 20,
+                                               nullptr, 0) == 0;
+            if (is_ready && vrq_Instantiate_DRBG(unit, 0) != 0) {
+                uint8_t out[32];
+                EXPECT_EQ(0x0B0A001FU, vrq_Generate_DRBG(unit, out, 32));
+                EXPECT_EQ(0, unit->instantiated);
+            }
+            vrq_Free_DRBG_Unit(unit);
+        });
+    }
+}
+
+// The bytes of a number as a vector register holds its 32-bit words.
+Bytes swapped(const Bytes& number, std::size_t words) {
+    Bytes out;
+    for (std::size_t i = 0; i < 4 * words; ++i) out.push_back(number[i / 4 * 4 + 3 - i % 4]);
+    return out;
+}
+
+void run_on_stack(Bytes& stack, void (*body)()) {
+    static ucontext_t caller;
+    static ucontext_t called;
+    ASSERT_EQ(0, getcontext(&called));
+    called.uc_stack.ss_sp = stack.data();
+    called.uc_stack.ss_size = stack.size();
+    called.uc_link = &caller;
+    makecontext(&called, body, 0);
+    ASSERT_EQ(0, swapcontext(&caller, &called));
+}
+
+// Whoever finds V on the stack can tell the output.
+TEST(Drbg, StackHoldsNoSeed) {
+    static VRQ_DRBG_UNIT* unit;
+    static int32_t length;
+    static uint8_t out[5000];
+    for (const uint32_t hash : {int{VRQ_ID_SHA256}, int{VRQ_ID_SHA224}, int{VRQ_ID_SHA512}}) {
+        unit = vrq_New_DRBG_Unit();
+        ASSERT_EQ(0U, vrq_Init_DRBG(unit, hash, 0, 0, 1));
+        ASSERT_EQ(0U, vrq_Instantiate_DRBG(unit, 0));
+        for (const int32_t each : {1, 1, 33, 100, 200, 320, 600, 5000}) {
+            length = each;
+            const Bytes v(unit->v, unit->v + 16);
+            Bytes stack(1 << 16);
+            run_on_stack(stack, [] { vrq_Generate_DRBG(unit, out, length); });
+            for (const Bytes& secret : {v, swapped(v, 4)}) {
+                EXPECT_EQ(stack.end(),
+                          std::search(stack.begin(), stack.end(), secret.begin(), secret.end()))
+                    << std::hex << hash << std::dec << " " << length;
+            }
+        }
+        vrq_Free_DRBG_Unit(unit);
+    }
+}
+
 // Looks for each secret of a unit in what the library frees while it works and is freed.
 TEST(Drbg, SecretsAreWiped) {
     const Bytes entropy =
@@ -214,6 +280,30 @@ TEST(Drbg, SecretsAreWiped) {
         EXPECT_EQ(v, again[0]);
         EXPECT_GT(watch.frees(), 5U);
         EXPECT_FALSE(watch.found()) << test::to_hex(secret);
+    }
+}
+
+TEST(Prng, UnitWhoseInitFailedDrawsNothing) {
+    const Bytes key(30, 0x21);
+    const Bytes seed(20, 0x22);
+    for (const uint32_t algorithm : {int{VRQ_ID_SHA1}, int{VRQ_ID_ARIA_192}}) {
+        test::for_each_allocation_fault([&](std::size_t number) {
+            VRQ_PRNG_UNIT* unit = VRQ_New_PRNG_Unit();
+            if (unit == nullptr) return;
+            const uint32_t status =
+                VRQ_Init_PRNG(unit, algorithm, key.data(), 30, seed.data(), 20, nullptr);
+            uint8_t out[50];
+            const uint32_t drawn = VRQ_Get_Rand(unit, out, 50);
+            if (status != 0) {
+                EXPECT_EQ(0x1401003BU, status);
+                EXPECT_EQ(0x1404004EU, drawn);
+            }
+            if (number == 0) {
+                EXPECT_EQ(0U, status);
+                EXPECT_EQ(0U, drawn);
+            }
+            VRQ_Free_PRNG_Unit(unit);
+        });
     }
 }
 

@@ -282,6 +282,16 @@ TEST_F(Noise, ForkSourceWithTheHostsTreatmentOfItsChildren) {
     }
 }
 
+// A handler that draws random bytes would meet the generator's lock, or fork without end.
+TEST_F(Noise, ForkSourceRunsNoForkHandlersOfTheHost) {
+    static int runs = 0;
+    ASSERT_EQ(0, pthread_atfork([] { ++runs; }, nullptr, nullptr));
+    Pool pool;
+    vrq::noise::fork_response(pool.sink);
+    EXPECT_EQ(1U, pool.got.size());
+    EXPECT_EQ(0, runs);
+}
+
 TEST_F(Noise, ForkSourceLeavesOtherChildrenAlone) {
     const pid_t other = fork();
     if (other == 0) _exit(7);
