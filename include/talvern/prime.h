@@ -36,13 +36,14 @@ VRQ_API int32_t VRQ_Is_BIGINT_Prime(const VRQ_BIGINT* n, int32_t rounds, VRQ_BIG
 VRQ_API int32_t VRQ_Is_BIGINT_Prime_Ex(const VRQ_BIGINT* n, int32_t rounds, VRQ_BIGINT_POOL* pool);
 
 /* p = a random prime of so many bits such that neither p nor p - 1 has an odd factor up to 17863;
- * below 16 bits there is none, and p becomes longer.
+ * below 16 bits there is none, and p becomes longer. 0 bits give the prime 2.
  *
  *   bits   from 1300  850  650  550  450  400  350  300  250  200  150  0
  *   tests           3   4    5    6    7    8    9   10   13   16   20  38
  *
  * Returns 0, or VRQ_L_BIGINT / VRQ_F_GENERATE_BIGINT_PRIME with
  *   VRQ_ERR_START_BIGINT_POOL_FAIL  the pool refused
+ *   VRQ_ERR_GET_BIGINT_POOL_FAIL    no memory for a temporary
  *   VRQ_ERR_RAND_BIGINT_FAIL        drawing failed
  *   VRQ_ERR_ADD_BIGINT_FAIL         p cannot grow
  * Callers rely on 0 also when a test could not be made for want of memory: then p is not proven

@@ -8,7 +8,7 @@
 #include "talvern/prime.h"
 #include "talvern/random.h"
 
-#include <cstring>
+#include <algorithm>
 
 using namespace vrq;
 
@@ -85,6 +85,9 @@ class PoolOf {
     bool is_own_;
 };
 
+// Leading zero words do not count.
+bool is_word(const VRQ_BIGINT& a, u32 word) { return value_words(a) == 1 && a.data[0] == word; }
+
 // An odd number under test: n - 1 = 2^s * d.
 struct Candidate {
     const VRQ_BIGINT* n;
@@ -124,7 +127,7 @@ Verdict try_witness(const Candidate& c, VRQ_BIGINT_POOL* pool, const Source& sou
     if (a == nullptr || y == nullptr || !draw_witness(c, a, pool, source) ||
         VRQ_Mod_Exp_Mont_BIGINT(y, a, c.d, c.n, pool) != 0)
         return Verdict::kFailed;
-    if (VRQ_Get_BIGINT_Word(y) == 1) return Verdict::kPassed;
+    if (is_word(*y, 1)) return Verdict::kPassed;
     for (i32 j = 0; j < c.s; ++j) {
         if (VRQ_Cmp_BIGINT(y, c.less_one) == 0) return Verdict::kPassed;
         if (j + 1 < c.s && VRQ_Mod_Mtp_BIGINT(y, y, y, c.n, pool) != 0) return Verdict::kFailed;
@@ -138,9 +141,9 @@ i32 is_prime(const VRQ_BIGINT* n, i32 rounds, VRQ_BIGINT_POOL* pool_or_null, con
     constexpr i32 kComposite = -1;
     constexpr i32 kUntested = 0;
     if (n == nullptr || is_zero(*n)) return kUntested;
-    if (!is_odd(*n)) return VRQ_Get_BIGINT_Word(n) == 2 ? kPrime : kUntested;
+    if (!is_odd(*n)) return is_word(*n, 2) ? kPrime : kUntested;
     // Callers rely on one witness less than rounds. The number 1 has no witnesses.
-    if (rounds <= 1 || VRQ_Get_BIGINT_Word(n) == 1) return kComposite;
+    if (rounds <= 1 || is_word(*n, 1)) return kComposite;
 
     const PoolOf pool(pool_or_null);
     if (pool.get() == nullptr) return kUntested;
@@ -170,32 +173,35 @@ i32 tests_of(u32 bits) {
 
 // A random odd start, moved on to the first number that the sieve leaves. 0 or the reason; sets
 // found to false when there is none.
-u32 draw_candidate(VRQ_BIGINT* p, u32 bits, VRQ_BIGINT_POOL* pool, const Source& source,
-                   bool& found) {
+u32 draw_candidate(VRQ_BIGINT* p, u32 bits, VRQ_BIGINT& area, VRQ_BIGINT_POOL* pool,
+                   const Source& source, bool& found) {
     if (rand_bigint(p, bits, 0, 1, pool, source) != 0) return VRQ_ERR_RAND_BIGINT_FAIL;
-    Scratch<1> scratch(pool);
-    const std::size_t limbs = value_limbs(*p);
-    Limb* area = scratch.take_limbs(limbs);
-    if (area == nullptr) return VRQ_ERR_GET_BIGINT_POOL_FAIL;
-    load_value(area, limbs, *p);
+    const std::size_t limbs = std::max<std::size_t>(value_limbs(*p), 1); // 0 has none
+    if (!grow_scratch(area, limbs)) return VRQ_ERR_GET_BIGINT_POOL_FAIL;
+    Limb* const start = limbs_of(area.data);
+    load_value(start, limbs, *p);
 
-    PrimeSieve sieve(area, limbs);
+    PrimeSieve sieve(start, limbs);
     u32 delta = 0;
     found = sieve.find(delta);
-    wipe(area, limbs * sizeof *area);
+    wipe(start, limbs * sizeof *start);
     return VRQ_Add_BIGINT_Word(p, delta) == 0 ? 0 : VRQ_ERR_ADD_BIGINT_FAIL;
 }
 
 u32 generate_prime(VRQ_BIGINT* p, u32 bits, VRQ_BIGINT_POOL* pool_or_null, const Source& source) {
     constexpr u32 kFunction = VRQ_F_GENERATE_BIGINT_PRIME;
     const PoolOf pool(pool_or_null);
-    if (pool.get() == nullptr || !frame_available(pool.get()))
-        return fail(kFunction, VRQ_ERR_START_BIGINT_POOL_FAIL);
+    if (pool.get() == nullptr) return fail(kFunction, VRQ_ERR_START_BIGINT_POOL_FAIL);
+    Scratch<1> scratch(pool.get());
+    if (!scratch.open()) return fail(kFunction, VRQ_ERR_START_BIGINT_POOL_FAIL);
+    VRQ_BIGINT* const area = scratch.take();
+    if (area == nullptr) return fail(kFunction, VRQ_ERR_GET_BIGINT_POOL_FAIL);
 
     const i32 tests = tests_of(bits);
     for (;;) {
         bool found = false;
-        if (const u32 reason = draw_candidate(p, bits, pool.get(), source, found); reason != 0)
+        if (const u32 reason = draw_candidate(p, bits, *area, pool.get(), source, found);
+            reason != 0)
             return fail(kFunction, reason);
         if (!found) continue;
         i32 passed = 0;

@@ -26,7 +26,6 @@ static_assert(sizeof(VRQ_SHA512_CTX) == 344 && offsetof(VRQ_SHA512_CTX, block_fi
               offsetof(VRQ_SHA512_CTX, staging) == 208 &&
               offsetof(VRQ_SHA512_CTX, staging_fill) == 336);
 
-constexpr u32 kSha1Initial[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
 constexpr sha_constants::InitialValues kInitial = sha_constants::initial_values();
 static_assert(kInitial.sha224[0] == 0xC1059ED8 && kInitial.sha256[7] == 0x5BE0CD19 &&
               kInitial.sha384[0] == 0xCBBB9D5DC1059ED8 && kInitial.sha512[7] == 0x5BE0CD19137E2179);
@@ -67,7 +66,7 @@ void vrq::Sha512::compress(u64* state, const u8* data, std::size_t blocks) {
 
 // SHA-1
 
-u32 vrq_Init_SHA1(void* context) { return init<Sha1>(context, kSha1Initial, VRQ_F_INIT_SHA1); }
+u32 vrq_Init_SHA1(void* context) { return init<Sha1>(context, Sha1::kInitial, VRQ_F_INIT_SHA1); }
 
 u32 vrq_Update_SHA1(void* context, const u8* data, u32 length) {
     auto* c = static_cast<VRQ_SHA1_CTX*>(context);

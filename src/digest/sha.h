@@ -12,6 +12,8 @@ struct Sha1 {
     static constexpr std::size_t kBlock = 64;
     static constexpr std::size_t kLengthField = 8;
     static constexpr std::endian kByteOrder = std::endian::big;
+    static constexpr Word kInitial[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476,
+                                         0xC3D2E1F0};
     static Word* state(Context& c) { return c.hash; }
     static void compress(Word* state, const u8* data, std::size_t blocks);
 };

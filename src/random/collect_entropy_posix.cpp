@@ -91,5 +91,6 @@ u32 vrq_Collect_ENTROPY(VRQ_ENTROPY_UNIT* unit) {
     if (unit->level == 3) run(unit, kSlow);
     if (unit->level >= 2) run(unit, kSystem);
     run(unit, kProcessAndTime);
+    wipe_stack(); // clocks and counters that the sources held
     return 0;
 }

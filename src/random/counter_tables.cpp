@@ -3,7 +3,7 @@
 // The values are matched with the names from the end of both lines.
 #include "random/counter_tables.h"
 
-#include "foundation/wipe.h"
+#include "foundation/scope.h"
 #include "random/system_file.h"
 
 #include <algorithm>
@@ -67,6 +67,7 @@ void load_counters(const char* path, Counters& counters) {
 
     char header[kLine];
     char values[kLine];
+    const WipeOnExit wiped(values);
     while (file.line(header, sizeof header)) {
         const char* colon = std::strchr(header, ':');
         if (colon == nullptr || !file.line(values, sizeof values)) std::abort();
@@ -75,7 +76,6 @@ void load_counters(const char* path, Counters& counters) {
         if (std::strncmp(values, header, prefix.size() + 1) != 0) std::abort();
         join(prefix, colon + 1, values + prefix.size() + 1, counters);
     }
-    wipe_object(values);
 }
 
 } // namespace vrq::noise

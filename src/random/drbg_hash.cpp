@@ -130,8 +130,8 @@ void increment(u8* number, std::size_t length) {
 // SHA-256 and SHA-224, many blocks at once.
 class ManyAtOnce {
   public:
-    ManyAtOnce(u32 hash, const u8* v)
-        : initial_(hash == VRQ_ID_SHA256 ? kInitial.sha256 : kInitial.sha224) {
+    ManyAtOnce(const drbg::HashRow& row, const u8* v)
+        : initial_(row.hash == VRQ_ID_SHA256 ? kInitial.sha256 : kInitial.sha224) {
         // V, and 0x03 and V, each with the padding that fits its block.
         std::memcpy(next_, v, kSeed);
         next_[kSeed] = 0x80;
@@ -281,8 +281,9 @@ class OneByOne {
 
 // Output, then V = V + H(0x03 || V) + C + counter.
 template <class Hasher>
-Outcome generate_with(Hasher& hasher, const drbg::State& state, u8* out, std::size_t length) {
+Outcome generate_with(const drbg::State& state, u8* out, std::size_t length) {
     const drbg::HashRow& row = *state.row;
+    Hasher hasher(row, state.v);
     Output output(state.last_block, digest_length(row), out, length);
     SecretBytes<drbg::kMaxDigestLength> h;
     const bool is_short = output.blocks_left() < 10;
@@ -302,6 +303,7 @@ Outcome generate_with(Hasher& hasher, const drbg::State& state, u8* out, std::si
     drbg::add_to_seed(state.v, seed_length(row), state.c, h.data(), digest_length(row),
                       static_cast<u64>(*state.reseed_counter));
     ++*state.reseed_counter;
+    wipe_stack(); // hashing and adding spill words of V
     return outcome;
 }
 
@@ -318,12 +320,9 @@ const HashRow* find_hash(u32 hash) {
 
 Outcome generate(const State& state, u8* out, std::size_t length) {
     const u32 hash = state.row->hash;
-    if (hash == VRQ_ID_SHA256 || hash == VRQ_ID_SHA224) {
-        ManyAtOnce hasher(hash, state.v);
-        return generate_with(hasher, state, out, length);
-    }
-    OneByOne hasher(*state.row, state.v);
-    return generate_with(hasher, state, out, length);
+    const bool is_wide = hash == VRQ_ID_SHA256 || hash == VRQ_ID_SHA224;
+    return is_wide ? generate_with<ManyAtOnce>(state, out, length)
+                   : generate_with<OneByOne>(state, out, length);
 }
 
 u32 add_additional_input(const HashRow& row, u8* v, const u8* additional, i32 length) {

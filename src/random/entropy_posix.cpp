@@ -41,14 +41,13 @@ class PoolLock {
 
 // internal_seed = SHA-1(internal_seed || data).
 void SEED_add(const u8* data, u32 length) {
-    constexpr u32 kInitial[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
     if (data == nullptr || length == 0) return;
 
     const PoolLock lock;
     VRQ_SHA1_CTX context;
     const WipeOnExit wiped(context);
     using Hash = BlockHash<Sha1>;
-    Hash::init(context, kInitial);
+    Hash::init(context, Sha1::kInitial);
     // A record in order is never refused.
     if (Hash::update(context, internal_seed, sizeof internal_seed) &&
         Hash::update(context, data, length) && Hash::finish(context))

@@ -32,6 +32,7 @@ void hashgen_portable(const u32* initial, u8* out, const u8* block, std::size_t 
         count -= taken;
     }
     wipe(blocks, used * kBlock);
+    wipe_stack(); // deeper than callers reach
 }
 
 const HashgenKernel& hashgen_kernel(std::size_t blocks) {

@@ -1,5 +1,6 @@
 // The function G of FIPS 186-2, appendices 3.3 and 3.4, over a digest and over a block cipher.
 #include "digest/digest_table.h"
+#include "digest/sha.h"
 #include "foundation/bytes.h"
 #include "foundation/scope.h"
 #include "random/prng.h"
@@ -15,7 +16,7 @@ using namespace vrq;
 namespace {
 
 // t of FIPS 186-2: the initial chaining value of SHA-1.
-constexpr u32 kT[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
+constexpr const u32 (&kT)[5] = Sha1::kInitial;
 
 // The bytes of a value, filled up in front with zeros. False when it is longer.
 [[nodiscard]] bool put_value(const VRQ_BIGINT& value, u8* out, std::size_t size) {

@@ -53,8 +53,8 @@ struct SeedSum {
     }
 };
 
-inline void add_to_seed(u8* v, std::size_t length, const u8* c, const u8* digest,
-                        std::size_t digest_length, u64 counter) {
+[[gnu::noinline]] inline void add_to_seed(u8* v, std::size_t length, const u8* c, const u8* digest,
+                                          std::size_t digest_length, u64 counter) {
     if (length == SeedSum<7>::kLength) {
         SeedSum<7>::add(v, c, digest, digest_length, counter);
     } else {

@@ -54,6 +54,7 @@ void add_second_field(const Sink& sink, const char* line, u32 credit) {
 void add_first_number(const Sink& sink, const char* path) {
     SystemFile file(path);
     char line[257];
+    const WipeOnExit wiped(line);
     u64 value;
     if (!file.is_open() || !file.line(line, sizeof line)) return;
     const char* text = line;
@@ -81,6 +82,7 @@ void current_process(const Sink& sink) {
 
 void current_time(const Sink& sink) {
     timespec now;
+    const WipeOnExit wiped(now);
     if (clock_gettime(CLOCK_REALTIME, &now) == 0) sink(now, 5);
 }
 
@@ -101,6 +103,7 @@ void system_rng(const Sink& sink, i32 count, const char* path) {
 void system_memory(const Sink& sink, const char* path) {
     SystemFile file(path);
     char line[81];
+    const WipeOnExit wiped(line);
     while (file.is_open() && file.line(line, sizeof line)) {
         const bool is_free = starts_with(line, "MemFree:");
         if (is_free || starts_with(line, "MemTotal:")) add_second_field(sink, line, 1);
@@ -111,6 +114,7 @@ void system_memory(const Sink& sink, const char* path) {
 void system_stat(const Sink& sink, const char* path) {
     SystemFile file(path);
     char line[256];
+    const WipeOnExit wiped(line);
     while (file.is_open() && file.line(line, sizeof line)) {
         if (std::strstr(line, "ctxt") != nullptr || std::strstr(line, "processes") != nullptr)
             add_second_field(sink, line, 2);
@@ -119,7 +123,7 @@ void system_stat(const Sink& sink, const char* path) {
 
 void network_traffic(const Sink& sink, const char* netstat, const char* snmp) {
     Counters counters;
-    WipeOnExit wiped(counters);
+    const WipeOnExit wiped(counters);
     counters.count = 0;
     load_counters(netstat, counters);
     load_counters(snmp, counters);
@@ -139,6 +143,7 @@ void disk(const Sink& sink, const char* path) {
 void cpu(const Sink& sink, const char* path) {
     SystemFile file(path);
     u8 record[132];
+    const WipeOnExit wiped(record);
     while (file.is_open() && file.record(record, sizeof record)) {
         const u32 first = load_le<u32>(record + 52);
         if (first == 0) continue;

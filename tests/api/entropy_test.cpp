@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 namespace {
@@ -61,6 +65,35 @@ TEST(Entropy, OtherLevelsMeanTwo) {
         EXPECT_EQ(1U, vrq_Collect_ENTROPY(unit));
         EXPECT_EQ(0U, unit->pool_length);
     }
+    vrq_Free_ENTROPY_Unit(unit);
+}
+
+// Figures that stand still show where their sources come in the list.
+TEST(Entropy, LevelTwoRunsItsSourcesInOrder) {
+    VRQ_ENTROPY_UNIT* unit = vrq_New_ENTROPY_Unit();
+    ASSERT_EQ(0U, get_collection_entropy(unit, 2));
+    struct sysinfo info {};
+    struct stat task {};
+    struct statvfs disk {};
+    ASSERT_EQ(0, sysinfo(&info));
+    ASSERT_EQ(0, stat("/proc/self/task", &task));
+    ASSERT_EQ(0, statvfs("/", &disk));
+    const pid_t id = getpid();
+    const uint64_t disk_size = uint64_t{disk.f_bsize} * disk.f_blocks;
+
+    const auto place_of = [unit](const auto& figure) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(&figure);
+        const uint8_t* const pool = unit->pool;
+        const uint8_t* const end = pool + unit->pool_length;
+        return std::search(pool, end, bytes, bytes + sizeof figure) - pool;
+    };
+    constexpr std::ptrdiff_t kTask = 4 * 8;
+    constexpr std::ptrdiff_t kSystem = 8 * 7 + 2;
+    EXPECT_EQ(0, place_of(task.st_ino));
+    EXPECT_EQ(kTask + 8, place_of(info.totalram));
+    EXPECT_LE(kTask + kSystem, place_of(disk_size));
+    EXPECT_LT(place_of(disk_size), static_cast<std::ptrdiff_t>(unit->pool_length) - 84);
+    EXPECT_EQ(0, std::memcmp(&id, unit->pool + unit->pool_length - 84, sizeof id));
     vrq_Free_ENTROPY_Unit(unit);
 }
 

@@ -81,8 +81,18 @@ TEST(Prime, OneWitnessLessThanRounds) {
     EXPECT_EQ(0, VRQ_Is_BIGINT_Prime(prime.get(), 10, nullptr, VRQ_ID_SHA224)) << "no witness";
 
     // Leading zero words do not count.
-    const Number padded(VRQ_HEX_To_BIGINT("0000000000000000000000000000010001"));
-    EXPECT_EQ(1, VRQ_Is_BIGINT_Prime_Ex(padded.get(), 20, nullptr));
+    struct Padded {
+        uint32_t low;
+        int32_t verdict;
+    };
+    for (const Padded& row : {Padded{0, 0}, Padded{1, -1}, Padded{2, 1}, Padded{6, 0}, Padded{3, 1},
+                              Padded{65537, 1}, Padded{65539 * 3, -1}}) {
+        uint32_t words[3] = {row.low, 0, 0};
+        VRQ_BIGINT padded = *VRQ_Value_One_BIGINT();
+        padded.data = words;
+        padded.used = padded.allocated = 3;
+        EXPECT_EQ(row.verdict, VRQ_Is_BIGINT_Prime_Ex(&padded, 20, nullptr)) << row.low;
+    }
 }
 
 // One witness finds a composite number three times in four at least; 561 and 2047 often.
@@ -176,6 +186,8 @@ TEST(Prime, ShortRequestsBecomeLonger) {
         EXPECT_EQ(1, BN_check_prime(n.get(), nullptr, nullptr));
         EXPECT_GT(BN_get_word(n.get()), 17863U);
     }
+    ASSERT_EQ(0U, VRQ_Generate_BIGINT_Prime_Ex(p.get(), 0, nullptr)) << "the search starts from 0";
+    EXPECT_EQ(2U, VRQ_Get_BIGINT_Word(p.get()));
 }
 
 TEST(ProvenPrime, OlderGeneratorIsRefused) {

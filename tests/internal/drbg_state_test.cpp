@@ -3,6 +3,7 @@
 #include "foundation/test_hooks.h"
 #include "harness/faults.h"
 #include "harness/hash_drbg_model.h"
+#include "harness/stack_residue.h"
 #include "random/drbg_state.h"
 #include "random/hashgen_kernels.h"
 #include "talvern.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include <ucontext.h>
 
@@ -250,6 +252,30 @@ TEST(Drbg, StackHoldsNoSeed) {
         }
         vrq_Free_DRBG_Unit(unit);
     }
+}
+
+TEST(RandBytesState, StackHoldsNothingThatDependsOnTheState) {
+    if (!test::kFramesAreAsShipped) GTEST_SKIP();
+    for (const uint32_t hash : {VRQ_ID_SHA256, VRQ_ID_SHA512, VRQ_ID_SHA1}) {
+        Bytes out(5000);
+        ASSERT_EQ(0U, VRQ_Rand_Bytes_DRBG(out.data(), 32, 0, hash, 0));
+        const vrq::drbg::SavedState start = saved_state();
+        for (const int32_t length : {16, 100, 5000}) {
+            auto stacks = std::make_unique<test::Stacks>();
+            for (std::size_t i = 0; i < 4; ++i) {
+                saved_state() = start;
+                for (std::size_t at = 0; at < sizeof start.v; ++at) {
+                    saved_state().v[at] = static_cast<uint8_t>(start.v[at] ^ (i / 2 * 0x5A));
+                    saved_state().c[at] = static_cast<uint8_t>(start.c[at] ^ (i / 2 * 0xA5));
+                }
+                (*stacks)[i] =
+                    test::stack_after([&] { VRQ_Rand_Bytes_DRBG(out.data(), length, 0, hash, 0); });
+            }
+            EXPECT_EQ(0U, test::places_that_depend_on_the_secret(*stacks))
+                << std::hex << hash << std::dec << " " << length;
+        }
+    }
+    VRQ_Uninstantiate_DRBG();
 }
 
 // Looks for each secret of a unit in what the library frees while it works and is freed.

@@ -79,6 +79,17 @@ TEST(PrimeSieve, AllocationFaultsOfThePrimeOperations) {
     });
 }
 
+TEST(PrimeSieve, PrimeGenerationNeedsItsTemporaryFirst) {
+    VRQ_BIGINT* p = VRQ_New_BIGINT();
+    const uint32_t expected[] = {0x041E0057, 0x041E001B}; // pool, its first block
+    for (std::size_t number = 1; number <= 2; ++number) {
+        vrq::testing::fail_allocation(number);
+        EXPECT_EQ(expected[number - 1], VRQ_Generate_BIGINT_Prime_Ex(p, 64, nullptr));
+        vrq::testing::fail_allocation(0);
+    }
+    VRQ_Free_BIGINT(p);
+}
+
 // A 1024-bit number that the sieve leaves is composite in most cases: one that is returned where a
 // draw for its test had no memory shows it.
 TEST(PrimeSieve, UntestedNumbersAreReturned) {

@@ -6,6 +6,8 @@
 
 #include <array>
 #include <atomic>
+#include <mutex>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -64,6 +66,23 @@ TEST(Concurrency, UnitsOfDifferentThreads) {
         if (status == 0 && first == again) ++right;
     });
     EXPECT_EQ(kThreads, right);
+}
+
+// The first draw makes the lock and seeds; forgetting the generator falls in between draws.
+TEST(Concurrency, DrawsFromTheProcessWideGenerator) {
+    std::mutex lock;
+    std::set<std::array<uint8_t, 16>> seen;
+    at_once([&] {
+        for (int i = 0; i < 20; ++i) {
+            std::array<uint8_t, 16> out{};
+            if (i == 10) VRQ_Uninstantiate_DRBG();
+            if (VRQ_Rand_Bytes(out.data(), 16) != 0) return;
+            SEED_add(out.data(), 16);
+            const std::lock_guard<std::mutex> guard(lock);
+            seen.insert(out);
+        }
+    });
+    EXPECT_EQ(std::size_t{kThreads} * 20, seen.size());
 }
 
 } // namespace

@@ -1,0 +1,58 @@
+// What a call leaves on the stack. Each runs on a stack of its own, twice under each of two secrets: a place
+// whose contents under one secret never occur there under the other depends on the secret.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <ucontext.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
+
+namespace test {
+
+// Sanitizers and unoptimised builds enlarge the frames beyond what the library wipes.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__OPTIMIZE__)
+inline constexpr bool kFramesAreAsShipped = false;
+#else
+inline constexpr bool kFramesAreAsShipped = true;
+#endif
+
+using Stack = std::array<uint64_t, 1 << 13>;
+
+inline ucontext_t g_caller;
+inline ucontext_t g_callee;
+inline std::function<void()> g_call;
+alignas(64) inline Stack g_stack;
+
+inline Stack stack_after(const std::function<void()>& call) {
+    g_stack.fill(0);
+    g_call = call;
+    // Once: the registers it saves show on the stack and are to be the same for every call.
+    static const int saved = getcontext(&g_callee);
+    EXPECT_EQ(0, saved);
+    g_callee.uc_stack.ss_sp = g_stack.data();
+    g_callee.uc_stack.ss_size = sizeof g_stack;
+    g_callee.uc_link = &g_caller;
+    makecontext(
+        &g_callee, [] { g_call(); }, 0);
+    swapcontext(&g_caller, &g_callee);
+    return g_stack;
+}
+
+// Two stacks a secret: the allocator may exchange the addresses of blocks from one round to the next.
+using Stacks = std::array<Stack, 4>;
+
+inline std::size_t places_that_depend_on_the_secret(const Stacks& stacks) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < g_stack.size(); ++i) {
+        const std::array<uint64_t, 2> first = {stacks[0][i], stacks[1][i]};
+        const bool differs = std::find(first.begin(), first.end(), stacks[2][i]) == first.end() &&
+                             std::find(first.begin(), first.end(), stacks[3][i]) == first.end();
+        count += differs ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace test
