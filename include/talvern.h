@@ -19,6 +19,7 @@
 #include "talvern/rc2.h"
 #include "talvern/rc4.h"
 #include "talvern/rc5.h"
+#include "talvern/rsa.h"
 #include "talvern/seed.h"
 #include "talvern/selftest.h"
 #include "talvern/status.h"
