@@ -33,7 +33,10 @@ VRQ_API uint32_t VRQ_Crypto_Self_Test(void);
  *   vrq_HMAC_Check     HMAC over the same (FIPS 198-1): VRQ_F_HMAC_CHECK
  *   vrq_DIGEST_Check   these digests (FIPS 180-4): VRQ_F_DIGEST_CHECK
  *   vrq_Sym_Check      SEED-128 and ARIA in ECB, CBC, CFB and OFB (RFC 4269, RFC 5794):
- *                      VRQ_F_SYMMETIC_ALGORITHM_CHECK */
+ *                      VRQ_F_SYMMETIC_ALGORITHM_CHECK
+ *   vrq_RSAES_Check    RSA-OAEP, 2048 bits, over SHA-224 and SHA-256, there and back (RFC 8017):
+ *                      VRQ_F_RSAES_OAEP_CHECK
+ *   vrq_RSASSA_Check   RSA-PSS, 2048 bits, over the same, signed and verified: VRQ_F_RSASSA_CHECK */
 VRQ_API uint32_t vrq_Verify_DLL(void);
 VRQ_API uint32_t vrq_Context_Check(void);
 VRQ_API uint32_t vrq_Version_Check(void);
@@ -42,6 +45,8 @@ VRQ_API uint32_t vrq_DRBG_Check(void);
 VRQ_API uint32_t vrq_HMAC_Check(void);
 VRQ_API uint32_t vrq_DIGEST_Check(void);
 VRQ_API uint32_t vrq_Sym_Check(void);
+VRQ_API uint32_t vrq_RSAES_Check(void);
+VRQ_API uint32_t vrq_RSASSA_Check(void);
 
 /* A check of key generation, not part of the sequence: keys for ARIA and SEED-128 can be drawn. Returns 0, or
  * VRQ_F_SYMMETIC_KEY_CHECK with VRQ_ERR_SUB_OPERATION_FAILURE. */

@@ -8,6 +8,7 @@
 #include "talvern/mac.h"
 #include "talvern/module.h"
 #include "talvern/random.h"
+#include "talvern/rsa.h"
 
 using namespace vrq;
 
@@ -21,7 +22,8 @@ struct Check {
 constexpr Check kPowerUpChecks[] = {
     {vrq_Verify_DLL, false},   {vrq_Context_Check, false}, {vrq_Version_Check, false},
     {vrq_Entropy_Check, true}, {vrq_DRBG_Check, false},    {vrq_HMAC_Check, false},
-    {vrq_DIGEST_Check, false}, {vrq_Sym_Check, false},
+    {vrq_DIGEST_Check, false}, {vrq_Sym_Check, false},     {vrq_RSAES_Check, false},
+    {vrq_RSASSA_Check, false},
 };
 
 template <auto New, auto Free>
@@ -45,7 +47,8 @@ u32 vrq_Context_Check() {
     const bool all_made = can_be_made<vrq_New_DRBG_Unit, vrq_Free_DRBG_Unit>() &&
                           can_be_made<VRQ_New_HMAC_Unit, VRQ_Free_HMAC_Unit>() &&
                           can_be_made<VRQ_New_DIGEST_Unit, VRQ_Free_DIGEST_Unit>() &&
-                          can_be_made<VRQ_New_BLOCK_CIPHER_Unit, VRQ_Free_BLOCK_CIPHER_Unit>();
+                          can_be_made<VRQ_New_BLOCK_CIPHER_Unit, VRQ_Free_BLOCK_CIPHER_Unit>() &&
+                          can_be_made<VRQ_New_RSA, VRQ_Free_RSA>();
     return all_made ? 0 : kat::failure(VRQ_F_CONTEXT_CHECK);
 }
 

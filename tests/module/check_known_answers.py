@@ -23,6 +23,8 @@ TABLES = (
     ("kHmacVectors", "hmac.inc", 0x1A060059),
     ("kDigestVectors", "digest.inc", 0x1A070059),
     ("kCipherVectors", "cipher.inc", 0x1A090059),
+    ("kRsaesKeys", "rsaes_key.inc", 0x1A0B0059),
+    ("kRsassaKeys", "rsassa_key.inc", 0x1A0C0059),
 )
 TEXTS = (
     (b"Talvern power-up KAT", 0x1A070059),

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
@@ -50,10 +51,15 @@ uint32_t function_of(uint32_t status) {
 }
 
 // Order of the sequence, by function code.
-const std::vector<uint32_t> kProvenOrder = {0x1, 0x2, 0x4, 0x5, 0x6, 0x7, 0x9};
-const std::vector<uint32_t> kOpenOrder = {0x1, 0x2, 0x5, 0x6, 0x7, 0x9};
+const std::vector<uint32_t> kProvenOrder = {0x1, 0x2, 0x4, 0x5, 0x6, 0x7, 0x9, 0xB, 0xC};
+const std::vector<uint32_t> kOpenOrder = {0x1, 0x2, 0x5, 0x6, 0x7, 0x9, 0xB, 0xC};
 
-// Every allocation of the first call fails once. The failures follow the order of the sequence and reach
+// Allocations of the symmetric checks, all of which fail once; of the many behind them some do. The
+// blinding of RSA draws until a number fits, so the numbers of these differ from run to run.
+constexpr std::size_t kDense = 400;
+constexpr std::size_t kStep = 29;
+
+// Allocations of the first call fail, one in each process. The failures follow the order of the sequence and reach
 // every check of it; nothing is served by the failed call, and the next one, with memory, passes.
 void expect_order_of_failures(bool proven, const std::vector<uint32_t>& order) {
     const auto first_calls = [proven](std::size_t failing) {
@@ -72,13 +78,13 @@ void expect_order_of_failures(bool proven, const std::vector<uint32_t>& order) {
     const Results unharmed = first_calls(0);
     ASSERT_EQ(0U, unharmed[0]);
     std::vector<uint32_t> seen;
-    for (std::size_t failing = 1; failing <= unharmed[2]; ++failing) {
+    for (std::size_t failing = 1; failing <= unharmed[2]; failing += failing < kDense ? 1 : kStep) {
         SCOPED_TRACE("allocation " + std::to_string(failing));
         const Results results = first_calls(failing);
         EXPECT_EQ(0U, results[1]);
         if (results[0] == 0) continue; // a check that can do without it
         const uint32_t function = function_of(results[0]);
-        if (seen.empty() || seen.back() != function) seen.push_back(function);
+        if (std::find(seen.begin(), seen.end(), function) == seen.end()) seen.push_back(function);
     }
     EXPECT_EQ(order, seen);
 }
