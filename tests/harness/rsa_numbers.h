@@ -1,7 +1,8 @@
-// RSA keys in tests, made by libcrypto.
+// RSA keys made on the spot, as numbers of libcrypto.
 #pragma once
 
 #include "harness/bigints.h"
+#include "harness/rsa_cases.h"
 #include "talvern/rsa.h"
 
 #include <openssl/bn.h>
@@ -9,11 +10,6 @@
 #include <memory>
 
 namespace test {
-
-struct RsaFree {
-    void operator()(VRQ_RSA_UNIT* unit) const { VRQ_Free_RSA(unit); }
-};
-using RsaUnit = std::unique_ptr<VRQ_RSA_UNIT, RsaFree>;
 
 inline RsaUnit new_rsa() { return RsaUnit(VRQ_New_RSA()); }
 
@@ -23,12 +19,12 @@ inline BN_CTX* bn_context() {
 }
 
 // All parts of a key.
-struct RsaKey {
+struct RsaNumbers {
     Bn n, e, d, p, q, dP, dQ, qInv;
 
     // From the primes, d modulo (p - 1)(q - 1).
-    static RsaKey of(const Bn& p, const Bn& q, unsigned long exponent = 65537) {
-        RsaKey key;
+    static RsaNumbers of(const Bn& p, const Bn& q, unsigned long exponent = 65537) {
+        RsaNumbers key;
         BN_CTX* const context = bn_context();
         BN_copy(key.p, p);
         BN_copy(key.q, q);
@@ -48,7 +44,7 @@ struct RsaKey {
     }
 
     // A modulus of exactly so many bits.
-    static RsaKey random(int bits, unsigned long exponent = 65537) {
+    static RsaNumbers random(int bits, unsigned long exponent = 65537) {
         return of(prime((bits + 1) / 2, exponent), prime(bits / 2, exponent), exponent);
     }
 
