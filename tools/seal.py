@@ -45,7 +45,8 @@ class Image:
         for name, _, _, _, offset, length in headers:
             start = headers[names][4] + name
             if self.data[start:self.data.index(0, start)] == SLOT_SECTION:
-                if length != SLOT_LENGTH or not any(a <= offset < a + n for a, n in self.segments()):
+                # Sanitizers may append a zone of their own.
+                if length < SLOT_LENGTH or not any(a <= offset < a + n for a, n in self.segments()):
                     raise ValueError(f"{SLOT_SECTION.decode()} is not where the digest can stand")
                 return offset
         raise ValueError(f"no section {SLOT_SECTION.decode()}")

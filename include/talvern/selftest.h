@@ -48,9 +48,13 @@ VRQ_API uint32_t vrq_Sym_Check(void);
 VRQ_API uint32_t vrq_RSAES_Check(void);
 VRQ_API uint32_t vrq_RSASSA_Check(void);
 
-/* A check of key generation, not part of the sequence: keys for ARIA and SEED-128 can be drawn. Returns 0, or
- * VRQ_F_SYMMETIC_KEY_CHECK with VRQ_ERR_SUB_OPERATION_FAILURE. */
+/* Checks of key generation, not part of the sequence. Each returns 0, or VRQ_L_SELF_TEST with its function code
+ * and VRQ_ERR_SUB_OPERATION_FAILURE.
+ *   vrq_Sym_Key_Check   keys for ARIA and SEED-128 can be drawn: VRQ_F_SYMMETIC_KEY_CHECK
+ *   vrq_Asym_Key_Check  a new RSA key of 2048 bits verifies what it signs: VRQ_F_ASYMMETIC_KEY_CHECK. It takes
+ *                       as long as making the key does. */
 VRQ_API uint32_t vrq_Sym_Key_Check(void);
+VRQ_API uint32_t vrq_Asym_Key_Check(void);
 
 VRQ_END_C
 

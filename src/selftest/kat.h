@@ -12,7 +12,7 @@ namespace vrq::kat {
 // Declared only: naming it in a constant expression stops the compiler.
 void not_whole_bytes_in_hex();
 
-consteval u8 hex_digit(char c) {
+constexpr u8 hex_digit(char c) {
     if (c >= '0' && c <= '9') return static_cast<u8>(c - '0');
     if (c >= 'a' && c <= 'f') return static_cast<u8>(c - 'a' + 10);
     not_whole_bytes_in_hex();
@@ -26,7 +26,7 @@ struct Hex {
     u32 length = 0;
 
     template <std::size_t Size>
-    consteval Hex(const char (&text)[Size]) { // rows are written as plain text
+    constexpr Hex(const char (&text)[Size]) { // rows are written as plain text
         if (Size % 2 == 0 || Size / 2 > N) not_whole_bytes_in_hex();
         for (; length < Size / 2; ++length) {
             const u8 high = hex_digit(text[2 * length]);

@@ -131,8 +131,20 @@ bool rsassa_passes() {
     return true;
 }
 
+// d_rule 1: d modulo (p - 1)(q - 1).
+bool new_key_signs() {
+    constexpr u32 kPublicExponent = 65537;
+    const Unit unit(VRQ_New_RSA());
+    const Integer e(VRQ_New_BIGINT());
+    return unit && e && VRQ_Set_BIGINT_Word(e.get(), kPublicExponent) == 0 &&
+           VRQ_Generate_RSA_Params_Ex(unit.get(), e.get(), kKeyLength * 8, 1) == 0 &&
+           verifies_what_it_signs(unit.get(), kPss[1]);
+}
+
 } // namespace
 
 u32 vrq_RSAES_Check() { return result(rsaes_passes(), VRQ_F_RSAES_OAEP_CHECK); }
 
 u32 vrq_RSASSA_Check() { return result(rsassa_passes(), VRQ_F_RSASSA_CHECK); }
+
+u32 vrq_Asym_Key_Check() { return result(new_key_signs(), VRQ_F_ASYMMETIC_KEY_CHECK); }
