@@ -1,5 +1,5 @@
 // RSA key generation: arguments, and the keys themselves against libcrypto.
-#include "harness/rsa_numbers.h"
+#include "harness/rsa_keys.h"
 #include "talvern.h"
 
 #include <gtest/gtest.h>
