@@ -1,5 +1,5 @@
 // RSA units and keys: life cycle, loading, blinding pair, key check, Chinese remainder theorem.
-#include "harness/rsa_numbers.h"
+#include "harness/rsa_keys.h"
 #include "talvern.h"
 
 #include <gtest/gtest.h>
@@ -12,11 +12,11 @@ namespace {
 using test::Bn;
 using test::Int;
 using test::new_rsa;
-using test::RsaNumbers;
+using test::RsaKey;
 using test::RsaUnit;
 
-const RsaNumbers& key512() {
-    static const RsaNumbers key = RsaNumbers::random(512);
+const RsaKey& key512() {
+    static const RsaKey key = RsaKey::random(512);
     return key;
 }
 
@@ -115,7 +115,7 @@ TEST(RsaUnit, LengthInBytes) {
 // Loads the parts named by letters: n, e, d, and c for all five of the primes' parts; a capital C
 // lacks qInv. "P" loads n and e as a public key.
 uint32_t load(VRQ_RSA_UNIT* unit, const std::string& parts) {
-    const RsaNumbers& key = key512();
+    const RsaKey& key = key512();
     if (parts == "P") return key.load_public(unit);
     const auto has = [&parts](char part) { return parts.find(part) != std::string::npos; };
     const auto given = [](bool wanted, const Int& a) -> const VRQ_BIGINT* {
@@ -232,7 +232,7 @@ TEST(RsaKeys, LeadingZerosDoNotCount) {
 // ---- Blinding pair ----
 
 // r^e and r^-1 belong together, and r modulo n is n - 1 or at most 2^bits(n - 1) - 1 - n.
-void expect_pair(const VRQ_RSA_UNIT& unit, const RsaNumbers& key) {
+void expect_pair(const VRQ_RSA_UNIT& unit, const RsaKey& key) {
     ASSERT_NE(nullptr, unit.blind_A);
     ASSERT_NE(nullptr, unit.blind_Ai);
     const Bn a(unit.blind_A);
@@ -251,7 +251,7 @@ void expect_pair(const VRQ_RSA_UNIT& unit, const RsaNumbers& key) {
 
 TEST(RsaBlinding, PairOfOneFactorFromNLessOneUp) {
     for (const int bits : {64, 127, 512}) {
-        const RsaNumbers key = RsaNumbers::random(bits, 17);
+        const RsaKey key = RsaKey::random(bits, 17);
         const RsaUnit unit = new_rsa();
         ASSERT_EQ(0U, key.load(unit.get()));
         expect_pair(*unit, key);
@@ -274,7 +274,7 @@ Bn top_prime(int bits, int skipped) {
 
 TEST(RsaBlinding, EndsWhereTheRoomIsNarrow) {
     // rejection alone would draw 2^200 times
-    const RsaNumbers key = RsaNumbers::of(top_prime(256, 0), top_prime(256, 1));
+    const RsaKey key = RsaKey::of(top_prime(256, 0), top_prime(256, 1));
     const RsaUnit unit = new_rsa();
     ASSERT_EQ(0U, key.load(unit.get()));
     expect_pair(*unit, key);
@@ -350,7 +350,7 @@ TEST(RsaKeyCheck, SmallKeysAgreeWithTheDefinition) {
 }
 
 TEST(RsaKeyCheck, DamagedComponentsFail) {
-    const RsaNumbers& key = key512();
+    const RsaKey& key = key512();
     constexpr VRQ_BIGINT* VRQ_RSA_UNIT::*kChecked[] = {&VRQ_RSA_UNIT::e, &VRQ_RSA_UNIT::d,
                                                        &VRQ_RSA_UNIT::p, &VRQ_RSA_UNIT::q};
     for (const auto part : kChecked) {
@@ -375,7 +375,7 @@ TEST(RsaKeyCheck, DamagedComponentsFail) {
 }
 
 TEST(RsaKeyCheck, AnyInverseOfEPasses) {
-    const RsaNumbers& key = key512();
+    const RsaKey& key = key512();
     const RsaUnit unit = new_rsa();
     ASSERT_EQ(0U, key.load(unit.get()));
     const Bn p1;
@@ -401,8 +401,7 @@ TEST(RsaKeyCheck, AnyInverseOfEPasses) {
 TEST(RsaCrt, AgreesWithLibcrypto) {
     for (const auto& [p_bits, q_bits] :
          {std::array{256, 256}, {255, 257}, {300, 200}, {200, 300}, {512, 511}, {33, 47}}) {
-        const RsaNumbers key =
-            RsaNumbers::of(RsaNumbers::prime(p_bits, 17), RsaNumbers::prime(q_bits, 17), 17);
+        const RsaKey key = RsaKey::of(RsaKey::prime(p_bits, 17), RsaKey::prime(q_bits, 17), 17);
         const RsaUnit unit = new_rsa();
         ASSERT_EQ(0U, key.load(unit.get()));
         Bn x;
@@ -424,7 +423,7 @@ TEST(RsaCrt, AgreesWithLibcrypto) {
 }
 
 TEST(RsaCrt, MissingPartsAndFailures) {
-    const RsaNumbers& key = key512();
+    const RsaKey& key = key512();
     const RsaUnit unit = new_rsa();
     ASSERT_EQ(0U, key.load(unit.get()));
     const Int x("12345");

@@ -60,7 +60,7 @@ PeerContext peer_context(const PeerKey& peer, bool encrypts, uint32_t mode, uint
     return context;
 }
 
-void exchange(const RsaKey& key, const PeerKey& peer, uint32_t mode, uint32_t digest,
+void exchange(const StoredRsaKey& key, const PeerKey& peer, uint32_t mode, uint32_t digest,
               std::size_t overhead) {
     const RsaUnit sender = key.load(Parts::kPublic);
     const RsaUnit receiver = key.load(Parts::kCrt);
@@ -95,7 +95,7 @@ void exchange(const RsaKey& key, const PeerKey& peer, uint32_t mode, uint32_t di
 TEST(Rsaes, TalksToLibcryptoUpToTheLongestMessage) {
     for (const std::size_t bits : kSizes) {
         SCOPED_TRACE(bits);
-        const RsaKey& key = rsa_key(bits);
+        const StoredRsaKey& key = rsa_key(bits);
         const PeerKey peer = key.peer();
         exchange(key, peer, VRQ_RSAES_PKCS1_V1_5, 0, 11);
         for (const uint32_t mode : kBoth) {
@@ -126,7 +126,7 @@ TEST(Rsaes, LayoutsOfOaepDecryptEachOther) {
 
 // The digest of the mode word masks, the digest argument hashes the label.
 TEST(Rsaes, ModeWordNamesTheDigestOfTheMask) {
-    const RsaKey& key = rsa_key(1024);
+    const StoredRsaKey& key = rsa_key(1024);
     const RsaUnit unit = key.load(Parts::kCrt);
     const PeerKey peer = key.peer();
     EXPECT_EQ(0U, init(unit, VRQ_RSAES_OAEP, VRQ_RSA_PUBLIC));
@@ -148,7 +148,7 @@ TEST(Rsaes, ModeWordNamesTheDigestOfTheMask) {
 
 TEST(Rsaes, RawIsThePrimitive) {
     for (const std::size_t bits : {512, 1024, 2041, 2048}) {
-        const RsaKey& key = rsa_key(bits);
+        const StoredRsaKey& key = rsa_key(bits);
         const RsaUnit unit = key.load(Parts::kCrt);
         Bytes less_one = key.modulus();
         less_one.back() -= 1;
@@ -183,7 +183,7 @@ TEST(Rsaes, RawIsThePrimitive) {
 
 // Type 1 from the private side, read by the public one.
 TEST(Rsaes, Pkcs1OfThePrivateSide) {
-    const RsaKey& key = rsa_key(1024);
+    const StoredRsaKey& key = rsa_key(1024);
     const RsaUnit unit = key.load(Parts::kCrt);
     ASSERT_EQ(0U, init(unit, VRQ_RSAES_PKCS1_V1_5, VRQ_RSA_PRIVATE));
     Bytes out;
@@ -202,7 +202,7 @@ TEST(Rsaes, Pkcs1OfThePrivateSide) {
 
 // Each rule of the decoding broken alone.
 TEST(Rsaes, MalformedPkcs1Blocks) {
-    const RsaKey& key = rsa_key(1024);
+    const StoredRsaKey& key = rsa_key(1024);
     const std::size_t k = key.k();
     const RsaUnit unit = key.load(Parts::kCrt);
     ASSERT_EQ(0U, init(unit, VRQ_RSAES_PKCS1_V1_5, VRQ_RSA_PRIVATE));
@@ -263,7 +263,7 @@ Bytes oaep_block(uint8_t first, const Bytes& db) {
 }
 
 TEST(Rsaes, MalformedOaepBlocks) {
-    const RsaKey& key = rsa_key(1024);
+    const StoredRsaKey& key = rsa_key(1024);
     const RsaUnit unit = key.load(Parts::kCrt);
     Bytes good(key.k() - 33);
     ASSERT_EQ(0U, VRQ_DIGEST(VRQ_ID_SHA256, good.data(), 0, good.data(), nullptr));
@@ -332,7 +332,7 @@ TEST(Rsaes, TinyModuli) {
 }
 
 TEST(Rsaes, Statuses) {
-    const RsaKey& key = rsa_key(512);
+    const StoredRsaKey& key = rsa_key(512);
     RsaUnit unit(VRQ_New_RSA());
     uint8_t out[64];
     uint32_t length = 0;
@@ -432,7 +432,7 @@ TEST(ProvenRsaes, ApprovedSizesAndModes) {
     // A unit without a key is not refused; the key may come after Init, and then counts.
     unit.reset(VRQ_New_RSA());
     EXPECT_EQ(0U, init(unit, 8, 0, VRQ_ID_SHA256));
-    const RsaKey& small = rsa_key(2040);
+    const StoredRsaKey& small = rsa_key(2040);
     EXPECT_EQ(0U, VRQ_Set_RSA_Public_Params(unit.get(), small.part("n"), small.part("e")));
     EXPECT_EQ(0x18090048U, VRQ_Encrypt_RSAES(unit.get(), out, &length, in, 1));
 }

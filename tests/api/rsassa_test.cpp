@@ -24,7 +24,7 @@ TEST(Rsassa, KnownAnswers) {
         const uint32_t digest = rsa_digest(record.name.substr(is_pss ? 8 : 13));
         const uint32_t mode =
             is_pss ? pss_mode(static_cast<uint32_t>(record.number("salt_length"))) : 1;
-        const RsaKey& key = keys.at(record.text("key"));
+        const StoredRsaKey& key = keys.at(record.text("key"));
         const Bytes message = record.bytes("msg");
         const Bytes published = record.bytes("signature");
         const bool passes = record.text("result") == "pass";
@@ -54,7 +54,7 @@ void set_padding(EVP_PKEY_CTX* context, uint32_t digest, uint32_t mode) {
 }
 
 Bytes peer_sign(const PeerKey& peer, uint32_t digest, uint32_t mode) {
-    const std::unique_ptr<EVP_MD_CTX, RsaFree> context(EVP_MD_CTX_new());
+    const std::unique_ptr<EVP_MD_CTX, PeerFree> context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* key = nullptr;
     EVP_DigestSignInit(context.get(), &key, EVP_get_digestbyname(peer_digest(digest)), nullptr,
                        peer.get());
@@ -68,7 +68,7 @@ Bytes peer_sign(const PeerKey& peer, uint32_t digest, uint32_t mode) {
 }
 
 int peer_verify(const PeerKey& peer, uint32_t digest, uint32_t mode, const Bytes& signature) {
-    const std::unique_ptr<EVP_MD_CTX, RsaFree> context(EVP_MD_CTX_new());
+    const std::unique_ptr<EVP_MD_CTX, PeerFree> context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* key = nullptr;
     EVP_DigestVerifyInit(context.get(), &key, EVP_get_digestbyname(peer_digest(digest)), nullptr,
                          peer.get());
@@ -79,7 +79,7 @@ int peer_verify(const PeerKey& peer, uint32_t digest, uint32_t mode, const Bytes
 
 TEST(Rsassa, TalksToLibcrypto) {
     for (const std::size_t bits : kSizes) {
-        const RsaKey& key = rsa_key(bits);
+        const StoredRsaKey& key = rsa_key(bits);
         const PeerKey peer = key.peer();
         const RsaUnit unit = key.load(Parts::kCrt);
         const RsaUnit reader = key.load(Parts::kPublic);
@@ -140,7 +140,7 @@ Bytes plus(Bytes number, int summand) {
 
 TEST(Rsassa, TrivialValuesNeverVerify) {
     for (const std::size_t bits : {512, 1024, 2041, 2049}) {
-        const RsaKey& key = rsa_key(bits);
+        const StoredRsaKey& key = rsa_key(bits);
         const RsaUnit unit = key.load(Parts::kPublic);
         const Bytes n = key.modulus();
         Bytes longer = n;
@@ -176,7 +176,7 @@ TEST(Rsassa, TrivialValuesNeverVerify) {
 }
 
 TEST(Rsassa, ChangedSignaturesAndMessages) {
-    const RsaKey& key = rsa_key(1024);
+    const StoredRsaKey& key = rsa_key(1024);
     const RsaUnit unit = key.load(Parts::kCrt);
     for (const uint32_t mode : {0U, 1U, pss_mode(32)}) {
         const uint32_t refusal = mode == 0   ? 0x1807000EU
@@ -227,7 +227,7 @@ class Blocks {
     }
 
   private:
-    const RsaKey& key_;
+    const StoredRsaKey& key_;
     RsaUnit unit_;
     uint32_t mode_;
 };

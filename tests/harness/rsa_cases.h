@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness/bigints.h"
+#include "harness/rsa_keys.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -18,24 +19,22 @@
 
 namespace test {
 
-struct RsaFree {
-    void operator()(VRQ_RSA_UNIT* unit) const { VRQ_Free_RSA(unit); }
+struct PeerFree {
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
     void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
     void operator()(OSSL_PARAM_BLD* builder) const { OSSL_PARAM_BLD_free(builder); }
     void operator()(OSSL_PARAM* params) const { OSSL_PARAM_free(params); }
 };
-using RsaUnit = std::unique_ptr<VRQ_RSA_UNIT, RsaFree>;
-using PeerKey = std::unique_ptr<EVP_PKEY, RsaFree>;
-using PeerContext = std::unique_ptr<EVP_PKEY_CTX, RsaFree>;
+using PeerKey = std::unique_ptr<EVP_PKEY, PeerFree>;
+using PeerContext = std::unique_ptr<EVP_PKEY_CTX, PeerFree>;
 
 enum class Parts { kPublic, kPrivate, kCrt };
 
 // A key of a vector file.
-class RsaKey {
+class StoredRsaKey {
   public:
-    explicit RsaKey(const Record& record) : record_(record) {}
+    explicit StoredRsaKey(const Record& record) : record_(record) {}
 
     // A part, null when the record lacks it.
     Int part(const char* name) const { return Int(record_.bytes(name)); }
@@ -63,7 +62,7 @@ class RsaKey {
     }
 
     PeerKey peer() const {
-        const std::unique_ptr<OSSL_PARAM_BLD, RsaFree> builder(OSSL_PARAM_BLD_new());
+        const std::unique_ptr<OSSL_PARAM_BLD, PeerFree> builder(OSSL_PARAM_BLD_new());
         std::map<std::string, Bn> numbers;
         constexpr std::pair<const char*, const char*> kNames[] = {
             {"n", OSSL_PKEY_PARAM_RSA_N},          {"e", OSSL_PKEY_PARAM_RSA_E},
@@ -73,7 +72,7 @@ class RsaKey {
         for (const auto& [ours, theirs] : kNames)
             OSSL_PARAM_BLD_push_BN(builder.get(), theirs,
                                    numbers.emplace(ours, part(ours)).first->second);
-        const std::unique_ptr<OSSL_PARAM, RsaFree> params(OSSL_PARAM_BLD_to_param(builder.get()));
+        const std::unique_ptr<OSSL_PARAM, PeerFree> params(OSSL_PARAM_BLD_to_param(builder.get()));
         const PeerContext context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
         EVP_PKEY* key = nullptr;
         EVP_PKEY_fromdata_init(context.get());
@@ -97,17 +96,17 @@ class RsaKey {
 };
 
 // The keys of a file by name.
-inline std::map<std::string, RsaKey> load_rsa_keys(const std::string& path) {
-    std::map<std::string, RsaKey> keys;
+inline std::map<std::string, StoredRsaKey> load_rsa_keys(const std::string& path) {
+    std::map<std::string, StoredRsaKey> keys;
     for (const Record& record : load_vectors(path)) {
-        if (record.name == "RSA-KEY") keys.emplace(record.text("name"), RsaKey(record));
+        if (record.name == "RSA-KEY") keys.emplace(record.text("name"), StoredRsaKey(record));
     }
     return keys;
 }
 
 // The key of so many bits.
-inline const RsaKey& rsa_key(std::size_t bits) {
-    static const std::map<std::string, RsaKey> keys = load_rsa_keys("pubkey/rsa-keys.vec");
+inline const StoredRsaKey& rsa_key(std::size_t bits) {
+    static const std::map<std::string, StoredRsaKey> keys = load_rsa_keys("pubkey/rsa-keys.vec");
     return keys.at("B" + std::to_string(bits));
 }
 

@@ -1,6 +1,6 @@
 // RSA keys when memory fails, what they leave in freed memory, and the path of the private operation.
 #include "harness/faults.h"
-#include "harness/rsa_numbers.h"
+#include "harness/rsa_keys.h"
 #include "pubkey/rsa_key.h"
 #include "talvern.h"
 
@@ -13,12 +13,12 @@ namespace {
 using test::Bn;
 using test::Int;
 using test::new_rsa;
-using test::RsaNumbers;
+using test::RsaKey;
 using test::RsaUnit;
 using vrq::u32;
 
-const RsaNumbers& key512() {
-    static const RsaNumbers key = RsaNumbers::random(512);
+const RsaKey& key512() {
+    static const RsaKey key = RsaKey::random(512);
     return key;
 }
 

@@ -1,8 +1,7 @@
-// RSA keys made on the spot, as numbers of libcrypto.
+// RSA keys in tests, made by libcrypto.
 #pragma once
 
 #include "harness/bigints.h"
-#include "harness/rsa_cases.h"
 #include "talvern/rsa.h"
 
 #include <openssl/bn.h>
@@ -10,6 +9,11 @@
 #include <memory>
 
 namespace test {
+
+struct RsaFree {
+    void operator()(VRQ_RSA_UNIT* unit) const { VRQ_Free_RSA(unit); }
+};
+using RsaUnit = std::unique_ptr<VRQ_RSA_UNIT, RsaFree>;
 
 inline RsaUnit new_rsa() { return RsaUnit(VRQ_New_RSA()); }
 
@@ -19,12 +23,12 @@ inline BN_CTX* bn_context() {
 }
 
 // All parts of a key.
-struct RsaNumbers {
+struct RsaKey {
     Bn n, e, d, p, q, dP, dQ, qInv;
 
     // From the primes, d modulo (p - 1)(q - 1).
-    static RsaNumbers of(const Bn& p, const Bn& q, unsigned long exponent = 65537) {
-        RsaNumbers key;
+    static RsaKey of(const Bn& p, const Bn& q, unsigned long exponent = 65537) {
+        RsaKey key;
         BN_CTX* const context = bn_context();
         BN_copy(key.p, p);
         BN_copy(key.q, q);
@@ -44,7 +48,7 @@ struct RsaNumbers {
     }
 
     // A modulus of exactly so many bits.
-    static RsaNumbers random(int bits, unsigned long exponent = 65537) {
+    static RsaKey random(int bits, unsigned long exponent = 65537) {
         return of(prime((bits + 1) / 2, exponent), prime(bits / 2, exponent), exponent);
     }
 
