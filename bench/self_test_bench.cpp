@@ -11,17 +11,12 @@ const struct {
     const char* name;
     uint32_t (*run)();
 } kSteps[] = {
-    {"integrity", vrq_Verify_DLL},
-    {"units", vrq_Context_Check},
-    {"version", vrq_Version_Check},
-    {"entropy", vrq_Entropy_Check},
-    {"DRBG", vrq_DRBG_Check},
-    {"HMAC", vrq_HMAC_Check},
-    {"digests", vrq_DIGEST_Check},
-    {"ciphers", vrq_Sym_Check},
-    {"RSAES", vrq_RSAES_Check},
-    {"RSASSA", vrq_RSASSA_Check},
-    {"all but entropy", VRQ_Crypto_Self_Test},
+    {"integrity", vrq_Verify_DLL},  {"units", vrq_Context_Check},
+    {"version", vrq_Version_Check}, {"entropy", vrq_Entropy_Check},
+    {"DRBG", vrq_DRBG_Check},       {"HMAC", vrq_HMAC_Check},
+    {"digests", vrq_DIGEST_Check},  {"ciphers", vrq_Sym_Check},
+    {"RSAES", vrq_RSAES_Check},     {"RSASSA", vrq_RSASSA_Check},
+    {"KCDSA", vrq_KCDSA_Check},     {"all but entropy", VRQ_Crypto_Self_Test},
 };
 
 // In test mode the whole sequence leaves entropy out, as it does out of proven mode.

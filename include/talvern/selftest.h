@@ -36,7 +36,9 @@ VRQ_API uint32_t VRQ_Crypto_Self_Test(void);
  *                      VRQ_F_SYMMETIC_ALGORITHM_CHECK
  *   vrq_RSAES_Check    RSA-OAEP, 2048 bits, over SHA-224 and SHA-256, there and back (RFC 8017):
  *                      VRQ_F_RSAES_OAEP_CHECK
- *   vrq_RSASSA_Check   RSA-PSS, 2048 bits, over the same, signed and verified: VRQ_F_RSASSA_CHECK */
+ *   vrq_RSASSA_Check   RSA-PSS, 2048 bits, over the same, signed and verified: VRQ_F_RSASSA_CHECK
+ *   vrq_KCDSA_Check    KCDSA, p of 2048 bits, q of 224 and 256 bits (TTAK.KO-12.0001): function code 13, which
+ *                      has no name */
 VRQ_API uint32_t vrq_Verify_DLL(void);
 VRQ_API uint32_t vrq_Context_Check(void);
 VRQ_API uint32_t vrq_Version_Check(void);
@@ -47,6 +49,7 @@ VRQ_API uint32_t vrq_DIGEST_Check(void);
 VRQ_API uint32_t vrq_Sym_Check(void);
 VRQ_API uint32_t vrq_RSAES_Check(void);
 VRQ_API uint32_t vrq_RSASSA_Check(void);
+VRQ_API uint32_t vrq_KCDSA_Check(void);
 
 /* Checks of key generation, not part of the sequence. Each returns 0, or VRQ_L_SELF_TEST with its function code
  * and VRQ_ERR_SUB_OPERATION_FAILURE.

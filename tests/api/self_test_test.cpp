@@ -12,12 +12,19 @@ void expect_every_check_passes() {
         const char* name;
         uint32_t (*run)();
     } checks[] = {
-        {"integrity", vrq_Verify_DLL},      {"context", vrq_Context_Check},
-        {"version", vrq_Version_Check},     {"entropy", vrq_Entropy_Check},
-        {"drbg", vrq_DRBG_Check},           {"hmac", vrq_HMAC_Check},
-        {"digest", vrq_DIGEST_Check},       {"ciphers", vrq_Sym_Check},
-        {"rsaes", vrq_RSAES_Check},         {"rsassa", vrq_RSASSA_Check},
-        {"key drawing", vrq_Sym_Key_Check}, {"key generation", vrq_Asym_Key_Check},
+        {"integrity", vrq_Verify_DLL},
+        {"context", vrq_Context_Check},
+        {"version", vrq_Version_Check},
+        {"entropy", vrq_Entropy_Check},
+        {"drbg", vrq_DRBG_Check},
+        {"hmac", vrq_HMAC_Check},
+        {"digest", vrq_DIGEST_Check},
+        {"ciphers", vrq_Sym_Check},
+        {"rsaes", vrq_RSAES_Check},
+        {"rsassa", vrq_RSASSA_Check},
+        {"kcdsa", vrq_KCDSA_Check},
+        {"key drawing", vrq_Sym_Key_Check},
+        {"key generation", vrq_Asym_Key_Check},
     };
     for (const auto& check : checks) EXPECT_EQ(0U, check.run()) << check.name;
 }

@@ -25,6 +25,7 @@ TABLES = (
     ("kCipherVectors", "cipher.inc", 0x1A090059),
     ("kRsaesKeys", "rsaes_key.inc", 0x1A0B0059),
     ("kRsassaKeys", "rsassa_key.inc", 0x1A0C0059),
+    ("kKcdsaVectors", "kcdsa.inc", 0x1A0D0059),
 )
 TEXTS = (
     (b"Talvern power-up KAT", 0x1A070059),

@@ -38,6 +38,7 @@ void call_services() {
     VRQ_BLOCK_CIPHER_UNIT* cipher = FIND(VRQ_New_BLOCK_CIPHER_Unit)();
     VRQ_DRBG_UNIT* drbg = FIND(vrq_New_DRBG_Unit)();
     VRQ_RSA_UNIT* rsa = FIND(VRQ_New_RSA)();
+    VRQ_KCDSA_UNIT* kcdsa = FIND(VRQ_New_KCDSA)();
     VRQ_SHA256_CTX sha{};
 
     answer("init_digest", FIND(VRQ_Init_DIGEST)(digest, VRQ_ID_SHA256));
@@ -46,6 +47,7 @@ void call_services() {
     answer("init_drbg", FIND(vrq_Init_DRBG)(drbg, VRQ_ID_SHA256, 0, 0, 1));
     answer("init_rsaes", FIND(VRQ_Init_RSAES)(rsa, VRQ_RSAES_OAEP, 0, VRQ_ID_SHA256));
     answer("init_rsassa", FIND(VRQ_Init_RSASSA)(rsa, VRQ_ID_SHA256, VRQ_RSASSA_PSS, 0));
+    answer("init_kcdsa", FIND(VRQ_Init_KCDSA_Ex)(kcdsa, 0, VRQ_ID_SHA256));
     answer("init_engine", FIND(vrq_Init_SHA256)(&sha));
     answer("rand_bytes", FIND(VRQ_Rand_Bytes)(out, 32));
     answer("key_length", FIND(VRQ_Get_Key_Length)(VRQ_ID_ARIA_128));
@@ -60,6 +62,7 @@ void call_services() {
     FIND(VRQ_Free_BLOCK_CIPHER_Unit)(cipher);
     FIND(vrq_Free_DRBG_Unit)(drbg);
     FIND(VRQ_Free_RSA)(rsa);
+    FIND(VRQ_Free_KCDSA)(kcdsa);
 }
 
 bool obey(const std::string& line) {
