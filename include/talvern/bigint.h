@@ -255,9 +255,9 @@ VRQ_API uint32_t VRQ_Mod_Mtp_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VR
 VRQ_API uint32_t VRQ_Mod_Sub_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* b,
                                     const VRQ_BIGINT* m, VRQ_BIGINT_POOL* pool);
 
-/* r = a^-1 mod m; 0 for m = 1. The time depends on the lengths alone when m is odd and a is below
- * m; other operands are divided. The pool may be null. VRQ_ERR_EUCLID_FAIL (no inverse, r as it
- * was), VRQ_ERR_START_BIGINT_POOL_FAIL, VRQ_ERR_GET_BIGINT_POOL_FAIL, VRQ_ERR_COPY_BIGINT_FAIL. */
+/* r = a^-1 mod m; 0 for m = 1. The time depends on the lengths alone when m is odd. The pool may be
+ * null. VRQ_ERR_EUCLID_FAIL (no inverse, r as it was), VRQ_ERR_START_BIGINT_POOL_FAIL,
+ * VRQ_ERR_GET_BIGINT_POOL_FAIL, VRQ_ERR_COPY_BIGINT_FAIL. */
 VRQ_API uint32_t VRQ_Mod_Inverse_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* m,
                                         VRQ_BIGINT_POOL* pool);
 

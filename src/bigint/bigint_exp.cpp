@@ -6,6 +6,9 @@
 #include "foundation/wipe.h"
 #include "talvern/bigint.h"
 
+#include <algorithm>
+#include <utility>
+
 using namespace vrq;
 
 namespace {
@@ -72,6 +75,38 @@ Outcome power(VRQ_BIGINT& r, const Operands& in, VRQ_BIGINT& area) {
     return stored ? Outcome::kDone : Outcome::kNotStored;
 }
 
+using Pair = const VRQ_BIGINT* const[2];
+
+// r = base[0]^exponent[0] * base[1]^exponent[1] mod m for an odd modulus above 1, all public.
+bool power2(VRQ_BIGINT& r, const Pair& base, const Pair& exponent, const VRQ_BIGINT& m,
+            VRQ_BIGINT& area) {
+    ModExp2 job = {};
+    job.len = round_up_to_4(value_limbs(m));
+    std::size_t operands = 2 * job.len;
+    std::size_t exponent_len[2];
+    for (int i = 0; i < 2; ++i) {
+        job.base_len[i] = std::max<std::size_t>(value_limbs(*base[i]), 1);
+        job.exponent_bits[i] = value_bits(*exponent[i]);
+        exponent_len[i] = value_limbs(*exponent[i]);
+        operands += job.base_len[i] + exponent_len[i];
+    }
+    if (!grow_scratch(area, operands + mod_exp2_scratch(job))) return false;
+
+    Limb* const modulus = limbs_of(area.data);
+    load_value(modulus, job.len, m);
+    job.modulus = modulus;
+    job.r = modulus + job.len;
+    Limb* next = job.r + job.len;
+    for (int i = 0; i < 2; ++i) {
+        load_value(next, job.base_len[i], *base[i]);
+        job.base[i] = std::exchange(next, next + job.base_len[i]);
+        load_value(next, exponent_len[i], *exponent[i]);
+        job.exponent[i] = std::exchange(next, next + exponent_len[i]);
+    }
+    mod_exp2(job, next);
+    return store_value(r, job.r, job.len);
+}
+
 u32 mod_exp_mont(VRQ_BIGINT& r, const Operands& in, VRQ_BIGINT_POOL* pool) {
     constexpr u32 kFunction = VRQ_F_MOD_EXP_MONT_BIGINT;
     Scratch<1> scratch(pool);
@@ -100,6 +135,23 @@ u32 vrq::mod_exp_mont_var(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* 
                           const VRQ_BIGINT* m, VRQ_BIGINT_POOL* pool) {
     if (any_null(r, a, e, m)) return fail(VRQ_F_MOD_EXP_MONT_BIGINT, VRQ_ERR_NULL_INPUT);
     return mod_exp_mont(*r, {*a, *e, *m, true}, pool);
+}
+
+u32 vrq::mod_exp2_mont_var(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* e,
+                           const VRQ_BIGINT* b, const VRQ_BIGINT* f, const VRQ_BIGINT* m,
+                           VRQ_BIGINT_POOL* pool) {
+    constexpr u32 kFunction = VRQ_F_MOD_EXP_MONT_BIGINT;
+    if (any_null(r, a, e, m) || b == nullptr || f == nullptr)
+        return fail(kFunction, VRQ_ERR_NULL_INPUT);
+    if (!is_odd(*m)) return kNoContext;
+    if (value_bits(*m) == 1) {
+        r->used = 0;
+        return 0;
+    }
+    Scratch<1> scratch(pool);
+    VRQ_BIGINT* const area = scratch.take();
+    if (area == nullptr) return fail(kFunction, VRQ_ERR_GET_BIGINT_POOL_FAIL);
+    return power2(*r, {a, b}, {e, f}, *m, *area) ? 0 : fail(kFunction, VRQ_ERR_MALLOC);
 }
 
 u32 VRQ_Mod_Exp_BIGINT(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* e, const VRQ_BIGINT* m,

@@ -26,14 +26,14 @@ std::size_t significant_limbs(const Limb* a, std::size_t n) {
     return limbs_for(significant_words(words_of(a), 2 * n));
 }
 
-// x = a mod m over n limbs; a below m is taken as it is. a has na limbs of room, x has n.
-void reduce_operand(Limb* x, Limb* a, std::size_t na, const Limb* m, std::size_t n, Limb* scratch) {
-    if (na <= n) {
-        limbs_copy(x, a, na);
-        limbs_clear(x + na, n - na);
-        if (limbs_less(x, m, n) != 0) return;
+// x = a mod m over n limbs. a has na limbs, none for the value 0.
+void reduce_operand(Limb* x, const Limb* a, std::size_t na, const Limb* m, std::size_t n,
+                    Limb* scratch) {
+    if (na == 0) {
+        limbs_clear(x, n);
+    } else {
+        limbs_mod(x, a, na, m, n, scratch);
     }
-    limbs_mod(x, a, na, m, n, scratch);
 }
 
 // Scratch limbs of inverse_even.

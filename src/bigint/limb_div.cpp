@@ -114,6 +114,74 @@ u64 divide_step(Limb* u, const Limb* d, std::size_t nd, u64 v) {
     return step.quotient - 1;
 }
 
+// The same steps for secret numbers: corrections by masks, and a reciprocal without the divide
+// instruction.
+
+u64 barrier(u64 x) {
+    __asm__("" : "+r"(x));
+    return x;
+}
+
+u64 mask_of(bool condition) { return barrier(0 - static_cast<u64>(condition)); }
+u128 wide(u64 mask) { return static_cast<u128>(mask) << 64 | mask; }
+
+u64 reciprocal_ct(u64 d) {
+    u64 rest = ~d;
+    u64 v = 0;
+    for (unsigned i = 0; i < kLimbBits; ++i) {
+        const u64 carry = 0 - (rest >> 63);
+        rest = rest << 1 | 1;
+        const u64 fits = carry | mask_of(rest >= d);
+        rest -= d & fits;
+        v = v << 1 | (fits & 1);
+    }
+    return v;
+}
+
+u64 reciprocal_ct(u64 d1, u64 d0) {
+    u64 v = reciprocal_ct(d1);
+    u64 p = d1 * v + d0;
+    const u64 over = mask_of(p < d0);
+    const u64 over_twice = over & mask_of(p >= d1);
+    v += over + over_twice;
+    p -= (d1 & over) + (d1 & over_twice);
+    const u128 t = static_cast<u128>(v) * d0;
+    p += high(t);
+    const u64 carry = mask_of(p < high(t));
+    const u128 rest = static_cast<u128>(p) << 64 | low(t);
+    return v + carry + (carry & mask_of(rest >= (static_cast<u128>(d1) << 64 | d0)));
+}
+
+// The quotient limb of (u2, u1, u0) / (d1, d0), all ones where (u2, u1) = (d1, d0).
+u64 quotient_3_by_2_ct(u64 u2, u64 u1, u64 u0, u64 d1, u64 d0, u64 v) {
+    const u128 estimate = static_cast<u128>(v) * u2 + (static_cast<u128>(u2) << 64 | u1);
+    const u128 d = static_cast<u128>(d1) << 64 | d0;
+    u64 q = high(estimate);
+    u128 r = static_cast<u128>(u1 - q * d1) << 64 | u0;
+    r -= static_cast<u128>(d0) * q;
+    r -= d;
+    q += 1;
+    const u64 over = mask_of(high(r) >= low(estimate));
+    q += over;
+    r += d & wide(over);
+    q -= mask_of(r >= d);
+    return q | mask_if_zero((u2 ^ d1) | (u1 ^ d0));
+}
+
+// u of nd + 1 limbs becomes the remainder of its division by d, nd >= 2.
+void reduce_step_ct(Limb* u, const Limb* d, std::size_t nd, u64 v) {
+    const u64 q = quotient_3_by_2_ct(u[nd], u[nd - 1], u[nd - 2], d[nd - 1], d[nd - 2], v);
+    const u64 rest = u[nd] - limb_kernel().mul_sub(u, d, nd, q);
+    u[nd] = 0;
+    const u64 over = ~mask_if_zero(rest);
+    u64 carry = 0;
+    for (std::size_t i = 0; i < nd; ++i) {
+        const u128 sum = static_cast<u128>(u[i]) + (d[i] & over) + carry;
+        u[i] = low(sum);
+        carry = high(sum);
+    }
+}
+
 } // namespace
 
 void limbs_divide_normalized(Limb* q, Limb* u, std::size_t nu, const Limb* d, std::size_t nd) {
@@ -159,7 +227,12 @@ void limbs_mod(Limb* r, const Limb* a, std::size_t na, const Limb* m, std::size_
     Limb* const u = scratch + n;
     limbs_shl(d, m, n, shift);
     u[na] = limbs_shl(u, a, na, shift);
-    limbs_divide_normalized(nullptr, u, na + 1, d, n);
+    if (n == 1) {
+        limbs_divide_normalized(nullptr, u, na + 1, d, n);
+    } else {
+        const u64 v = reciprocal_ct(d[n - 1], d[n - 2]);
+        for (std::size_t j = na + 1 - n; j-- > 0;) reduce_step_ct(u + j, d, n, v);
+    }
     limbs_shr(r, u, n, shift);
 }
 

@@ -1,5 +1,5 @@
-// Division of limb arrays. Not in constant time: the estimates of quotient limbs are corrected where
-// needed.
+// Division of limb arrays. Quotients take a time that depends on the numbers: the estimates of their
+// limbs are corrected where needed. Remainders alone do not, from moduli of two limbs on.
 #pragma once
 
 #include "bigint/limbs.h"
@@ -17,7 +17,7 @@ void limbs_divide_normalized(Limb* q, Limb* u, std::size_t nu, const Limb* d, st
 u64 limbs_divide_limb(Limb* u, std::size_t n, u64 w);
 
 // r = a mod m. m has n limbs, the top one not zero, and r has n; a has na >= 1. The scratch area
-// has limbs_mod_scratch.
+// has limbs_mod_scratch. For n >= 2 the time depends on the lengths and the bit length of m alone.
 constexpr std::size_t limbs_mod_scratch(std::size_t na, std::size_t n) {
     return (na > n ? na : n) + 1 + n;
 }

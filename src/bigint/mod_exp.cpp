@@ -6,7 +6,9 @@
 #include "bigint/limb_div.h"
 #include "foundation/cpu.h"
 
+#include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace vrq {
 
@@ -272,6 +274,68 @@ void power_var(Ring& ring, const ModExp& job, Limb* x, Limb* table) {
     }
 }
 
+std::size_t odd_powers(const ModExp2& job, std::size_t which) {
+    return std::size_t{1} << (sliding_window(job.exponent_bits[which]) - 1);
+}
+
+// One of two exponents, read from the top in windows as above.
+class Windows {
+  public:
+    Windows(const ModExp2& job, std::size_t which, Limb* table)
+        : job_{}, table_(table), width_(sliding_window(job.exponent_bits[which])) {
+        job_.base = job.base[which];
+        job_.base_len = job.base_len[which];
+        job_.exponent = job.exponent[which];
+        job_.exponent_bits = job.exponent_bits[which];
+        job_.len = job.len;
+    }
+
+    // The table of odd powers; x is free room.
+    void fill(Montgomery& ring, Limb* x) {
+        ring.from_base(table_, job_.base, job_.base_len);
+        const std::size_t entries = std::size_t{1} << (width_ - 1);
+        if (entries > 1) ring.sqr(x, table_);
+        for (std::size_t i = 1; i < entries; ++i)
+            ring.mul(table_ + i * job_.len, table_ + (i - 1) * job_.len, x);
+    }
+
+    // The factor to multiply by at this bit, or null.
+    const Limb* at(std::size_t bit) {
+        if (bit >= job_.exponent_bits) return nullptr;
+        if (factor_ == nullptr && exponent_bit(job_, bit) != 0) {
+            unsigned count = bit + 1 < width_ ? static_cast<unsigned>(bit + 1) : width_;
+            while (exponent_bit(job_, bit + 1 - count) == 0) --count;
+            low_ = bit + 1 - count;
+            factor_ = table_ + (exponent_window(job_, low_, count) >> 1) * job_.len;
+        }
+        return factor_ != nullptr && low_ == bit ? std::exchange(factor_, nullptr) : nullptr;
+    }
+
+  private:
+    ModExp job_;
+    Limb* table_;
+    unsigned width_;
+    const Limb* factor_ = nullptr; // of the open window
+    std::size_t low_ = 0;          // its last bit
+};
+
+// Both exponents in one run of squarings (Handbook of Applied Cryptography, 14.88).
+void power2_var(Montgomery& ring, const ModExp2& job, Limb* x, Limb* tables) {
+    Windows windows[2] = {{job, 0, tables}, {job, 1, tables + odd_powers(job, 0) * job.len}};
+    for (Windows& w : windows) w.fill(ring, x);
+    ring.one(x);
+    bool started = false;
+    for (std::size_t bit = std::max(job.exponent_bits[0], job.exponent_bits[1]); bit-- > 0;) {
+        if (started) ring.sqr(x, x);
+        for (Windows& w : windows) {
+            const Limb* const factor = w.at(bit);
+            if (factor == nullptr) continue;
+            ring.mul(x, x, factor);
+            started = true;
+        }
+    }
+}
+
 template <class Ring>
 std::size_t scratch_with(const ModExp& job) {
     return (table_entries(job) + 2) * job.len + Ring::scratch(job.len);
@@ -311,6 +375,21 @@ const ModExpKernel& mod_exp_kernel(const ModExp& job) {
 void mod_exp_with(const LimbKernel& kernel, const ModExp& job, Limb* scratch) {
     Montgomery ring(kernel, job, scratch);
     run_with(ring, job, scratch + Montgomery::scratch(job.len));
+}
+
+std::size_t mod_exp2_scratch(const ModExp2& job) {
+    return Montgomery::scratch(job.len) + (1 + odd_powers(job, 0) + odd_powers(job, 1)) * job.len;
+}
+
+void mod_exp2(const ModExp2& job, Limb* scratch) {
+    ModExp setting = {};
+    setting.modulus = job.modulus;
+    setting.len = job.len;
+    setting.is_public = true;
+    Montgomery ring(limb_kernel(), setting, scratch);
+    Limb* const x = scratch + Montgomery::scratch(job.len);
+    power2_var(ring, job, x, x + job.len);
+    ring.to_result(job.r, x);
 }
 
 std::size_t mod_exp_any_scratch(const ModExp& job) { return scratch_with<Plain>(job); }

@@ -52,4 +52,24 @@ void mod_exp_any(const ModExp& job, Limb* scratch);
 [[nodiscard]] u32 mod_exp_mont_var(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* e,
                                    const VRQ_BIGINT* m, VRQ_BIGINT_POOL* pool);
 
+// r = a^e * b^f mod m for odd m with everything public: both powers share their squarings. Statuses
+// and their function code are those of VRQ_Mod_Exp_Mont_BIGINT.
+[[nodiscard]] u32 mod_exp2_mont_var(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* e,
+                                    const VRQ_BIGINT* b, const VRQ_BIGINT* f, const VRQ_BIGINT* m,
+                                    VRQ_BIGINT_POOL* pool);
+
+// The same on limbs.
+struct ModExp2 {
+    Limb* r;             // len limbs
+    const Limb* base[2]; // base_len >= 1 limbs, any value
+    std::size_t base_len[2];
+    const Limb* exponent[2]; // exponent_bits bits, the top one set, or none for the exponent 0
+    std::size_t exponent_bits[2];
+    const Limb* modulus; // odd, len limbs, more than 1
+    std::size_t len;
+};
+
+std::size_t mod_exp2_scratch(const ModExp2& job);
+void mod_exp2(const ModExp2& job, Limb* scratch);
+
 } // namespace vrq

@@ -14,19 +14,8 @@ using small_primes::Group;
 using small_primes::kCount;
 using small_primes::kGroups;
 using small_primes::kPrimes;
+using small_primes::reduce;
 using small_primes::u16;
-
-// high * 2^64 + low modulo the group's divisor, for high below it (Moeller and Granlund, "Improved
-// division by invariant integers", algorithm 4).
-inline u64 reduce(u64 high, u64 low, const Group& group) {
-    u128 q = static_cast<u128>(group.inverse) * high;
-    q += (static_cast<u128>(high) << 64) | low;
-    const u64 quotient = static_cast<u64>(q >> 64) + 1;
-    u64 rest = low - quotient * group.divisor;
-    rest += group.divisor & (0 - static_cast<u64>(rest > static_cast<u64>(q)));
-    rest -= group.divisor & (0 - static_cast<u64>(rest >= group.divisor));
-    return rest;
-}
 
 } // namespace
 

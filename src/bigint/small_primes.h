@@ -82,4 +82,17 @@ consteval Groups make_groups() {
 
 inline constexpr Groups kGroups = make_groups();
 
+// high * 2^64 + low modulo the group's divisor, for high below it (Moeller and Granlund, "Improved
+// division by invariant integers", algorithm 4).
+inline u64 reduce(u64 high, u64 low, const Group& group) {
+    __extension__ using u128 = unsigned __int128;
+    u128 q = static_cast<u128>(group.inverse) * high;
+    q += (static_cast<u128>(high) << 64) | low;
+    const u64 quotient = static_cast<u64>(q >> 64) + 1;
+    u64 rest = low - quotient * group.divisor;
+    rest += group.divisor & (0 - static_cast<u64>(rest > static_cast<u64>(q)));
+    rest -= group.divisor & (0 - static_cast<u64>(rest >= group.divisor));
+    return rest;
+}
+
 } // namespace vrq::small_primes

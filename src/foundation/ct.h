@@ -23,6 +23,12 @@ inline u32 is_zero(u32 word) {
 // All ones when a equals b, else zero.
 inline u32 is_equal(u32 a, u32 b) { return is_zero(a ^ b); }
 
+// All ones when a is below b, else zero.
+inline u32 less(u32 a, u32 b) {
+    const u64 difference = barrier(u64{a}) - b;
+    return barrier(static_cast<u32>(0) - static_cast<u32>(difference >> 63));
+}
+
 // a where mask is all ones, b where it is zero.
 inline u32 select(u32 mask, u32 a, u32 b) { return b ^ (barrier(mask) & (a ^ b)); }
 

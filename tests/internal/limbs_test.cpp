@@ -242,6 +242,11 @@ TEST(Limbs, DivisionTakesBackProducts) {
         Words total = sum(product(split(d), split(q)), split(r));
         total.pop_back();
         Limbs u = join(total);
+        Limbs rest_alone(nd);
+        Limbs scratch(vrq::limbs_mod_scratch(nd + nq, nd) + 1, kGuard);
+        vrq::limbs_mod(at(rest_alone), at(u), nd + nq, at(d), nd, at(scratch));
+        ASSERT_EQ(r, rest_alone);
+        ASSERT_EQ(kGuard, scratch.back());
         Limbs quotient(nq);
         vrq::limbs_divide_normalized(at(quotient), at(u), nd + nq, at(d), nd);
         ASSERT_EQ(q, quotient);

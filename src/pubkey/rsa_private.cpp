@@ -1,0 +1,186 @@
+// The RSA private operation: key check, blinding, Chinese remainder theorem.
+#include "bigint/mod_exp.h"
+#include "bigint/record.h"
+#include "bigint/scope.h"
+#include "foundation/scope.h"
+#include "foundation/status.h"
+#include "pubkey/rsa_key.h"
+#include "talvern/random.h"
+#include "talvern/rsa.h"
+
+#include <cstddef>
+
+using namespace vrq;
+
+namespace {
+
+// The result, not a status, of a function that lacks a part of the key or a frame of the pool.
+constexpr u32 kMissing = 1;
+
+// Draws that may fall below the lower bound before the bound is built into the draw.
+constexpr int kPlainDraws = 64;
+
+// Big integers of one call, wiped and released with it; no pool keeps their words.
+template <std::size_t N>
+class Temporaries {
+  public:
+    Temporaries() = default;
+    ~Temporaries() {
+        for (VRQ_BIGINT& record : records_) VRQ_Clear_BIGINT(&record);
+    }
+    Temporaries(const Temporaries&) = delete;
+    Temporaries& operator=(const Temporaries&) = delete;
+
+    VRQ_BIGINT* operator[](std::size_t i) { return &records_[i]; }
+
+  private:
+    VRQ_BIGINT records_[N] = {};
+};
+
+// e * d = 1 modulo factor - 1. The product less one is given.
+bool is_multiple_of_less_one(const VRQ_BIGINT* product, const VRQ_BIGINT* factor,
+                             VRQ_BIGINT_POOL* pool) {
+    Temporaries<2> temporaries;
+    VRQ_BIGINT* const less_one = temporaries[0];
+    VRQ_BIGINT* const rest = temporaries[1];
+    return VRQ_Copy_BIGINT(less_one, factor) == 0 && VRQ_Sub_BIGINT_Word(less_one, 1) == 0 &&
+           !is_zero(*less_one) &&
+           VRQ_Mod_Sub_BIGINT(rest, product, VRQ_Value_One_BIGINT(), less_one, pool) == 0 &&
+           is_zero(*rest);
+}
+
+// r = a * b + c, with a zero factor too. r is none of them.
+u32 multiply_and_add(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* b, const VRQ_BIGINT* c,
+                     VRQ_BIGINT_POOL* pool) {
+    if (is_zero(*a) || is_zero(*b)) return VRQ_Copy_BIGINT(r, c);
+    if (const u32 s = VRQ_Mtp_BIGINT(r, a, b, pool); s != 0) return s;
+    return VRQ_Add_BIGINT(r, r, c, pool);
+}
+
+// r = lowest + x for a random x that is at most 2^bits - 1 - lowest.
+u32 draw_above(VRQ_BIGINT* r, const VRQ_BIGINT* lowest, u32 bits) {
+    Temporaries<2> temporaries;
+    VRQ_BIGINT* const span = temporaries[0];
+    VRQ_BIGINT* const x = temporaries[1];
+    if (const u32 s = VRQ_Set_BIGINT_Bit(span, static_cast<i32>(bits)); s != 0) return s;
+    if (const u32 s = VRQ_Sub_BIGINT(span, span, lowest, nullptr); s != 0) return s;
+    if (const u32 s = VRQ_Sub_BIGINT_Word(span, 1); s != 0) return s;
+    if (is_zero(*span)) return VRQ_Copy_BIGINT(r, lowest);
+    do {
+        if (const u32 s = VRQ_Get_Rand_BIGINT_Ex(x, VRQ_Get_BIGINT_Bits_Length(span)); s != 0)
+            return s;
+    } while (VRQ_Cmp_BIGINT(x, span) > 0);
+    return VRQ_Add_BIGINT(r, lowest, x, nullptr);
+}
+
+// A random r of as many bits as lowest that is not below lowest. Where the room above lowest is narrow,
+// drawing until one falls there would not end; then the draw is made there at once, which gives the
+// same distribution.
+u32 draw_factor(VRQ_BIGINT* r, const VRQ_BIGINT* lowest) {
+    const u32 bits = VRQ_Get_BIGINT_Bits_Length(lowest);
+    for (int i = 0; i < kPlainDraws; ++i) {
+        if (const u32 s = VRQ_Get_Rand_BIGINT_Ex(r, bits); s != 0) return s;
+        if (VRQ_Cmp_BIGINT(lowest, r) <= 0) return 0;
+    }
+    return draw_above(r, lowest, bits);
+}
+
+u32 make_pair(VRQ_RSA_UNIT& unit) {
+    Temporaries<2> temporaries;
+    VRQ_BIGINT* const less_one = temporaries[0];
+    VRQ_BIGINT* const r = temporaries[1];
+    if (const u32 s = VRQ_Copy_BIGINT(less_one, unit.n); s != 0) return s;
+    if (const u32 s = VRQ_Sub_BIGINT_Word(less_one, 1); s != 0) return s;
+    if (const u32 s = draw_factor(r, less_one); s != 0) return s;
+    if (const u32 s = mod_exp_mont_var(unit.blind_A, r, unit.e, unit.n, unit.pool); s != 0)
+        return s;
+    return VRQ_Mod_Inverse_BIGINT(unit.blind_Ai, r, unit.n, unit.pool);
+}
+
+bool has_crt(const VRQ_RSA_UNIT& unit) {
+    return unit.p != nullptr && unit.q != nullptr && unit.dP != nullptr && unit.dQ != nullptr &&
+           unit.qInv != nullptr;
+}
+
+// Callers rely on numbers of hardly more bits than qInv to be raised to d itself.
+bool takes_crt(const VRQ_RSA_UNIT& unit, const VRQ_BIGINT* c) {
+    return unit.use_crt != 0 && (unit.key_flags & VRQ_RSA_HAS_CRT) != 0 && has_crt(unit) &&
+           (unit.mode & 0xFF) != VRQ_RSA_RAW &&
+           VRQ_Get_BIGINT_Bits_Length(c) > VRQ_Get_BIGINT_Bits_Length(unit.qInv) + 8;
+}
+
+} // namespace
+
+// The least common multiple of p - 1 and q - 1 divides e * d - 1 exactly when both of them do, so that
+// it need not be computed; the multiple 1, of p = q = 2, has no residue 1.
+u32 verify_RSA_KEY(const VRQ_RSA_UNIT* unit) {
+    constexpr u32 kPassed = 0;
+    constexpr u32 kFailed = 1;
+    if (unit == nullptr || !rsa::can_check(*unit) || is_zero(*unit->e) || is_zero(*unit->d))
+        return kFailed;
+    if (VRQ_Get_BIGINT_Word(unit->p) == 2 && VRQ_Get_BIGINT_Word(unit->q) == 2) return kFailed;
+
+    Temporaries<1> temporaries;
+    VRQ_BIGINT* const product = temporaries[0];
+    if (VRQ_Mtp_BIGINT(product, unit->e, unit->d, unit->pool) != 0) return kFailed;
+    return is_multiple_of_less_one(product, unit->p, unit->pool) &&
+                   is_multiple_of_less_one(product, unit->q, unit->pool)
+               ? kPassed
+               : kFailed;
+}
+
+u32 crt_RSA(VRQ_RSA_UNIT* unit, VRQ_BIGINT* out, const VRQ_BIGINT* in) {
+    if (unit == nullptr || out == nullptr || in == nullptr || !has_crt(*unit)) return kMissing;
+
+    VRQ_BIGINT_POOL* const pool = unit->pool;
+    Temporaries<4> temporaries;
+    VRQ_BIGINT* const m1 = temporaries[0];
+    VRQ_BIGINT* const m2 = temporaries[1];
+    VRQ_BIGINT* const h = temporaries[2];
+    VRQ_BIGINT* const sum = temporaries[3];
+    if (const u32 s = VRQ_Mod_Exp_Mont_BIGINT(m1, in, unit->dP, unit->p, pool); s != 0) return s;
+    if (const u32 s = VRQ_Mod_Exp_Mont_BIGINT(m2, in, unit->dQ, unit->q, pool); s != 0) return s;
+    if (const u32 s = VRQ_Mod_Sub_BIGINT(h, m1, m2, unit->p, pool); s != 0) return s;
+    if (const u32 s = VRQ_Mod_Mtp_BIGINT(h, h, unit->qInv, unit->p, pool); s != 0) return s;
+    if (const u32 s = multiply_and_add(sum, h, unit->q, m2, pool); s != 0) return s;
+    return VRQ_Copy_BIGINT(out, sum);
+}
+
+u32 generate_RSA_BLINDING(VRQ_RSA_UNIT* unit) {
+    if (unit == nullptr || unit->n == nullptr || unit->e == nullptr || unit->pool == nullptr ||
+        VRQ_Get_BIGINT_Word(unit->n) == 1 || !frame_available(unit->pool))
+        return kMissing;
+    if (unit->blind_A == nullptr) unit->blind_A = VRQ_New_BIGINT();
+    if (unit->blind_Ai == nullptr) unit->blind_Ai = VRQ_New_BIGINT();
+    u32 status = kMissing;
+    if (unit->blind_A != nullptr && unit->blind_Ai != nullptr) status = make_pair(*unit);
+    if (status != 0) rsa::drop_blinding(*unit);
+    return status;
+}
+
+void vrq::rsa::drop_blinding(VRQ_RSA_UNIT& unit) {
+    for (VRQ_BIGINT** factor : {&unit.blind_A, &unit.blind_Ai}) {
+        if (*factor != nullptr) VRQ_Free_BIGINT(*factor);
+        *factor = nullptr;
+    }
+}
+
+u32 vrq::rsa::blind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* c) {
+    if (unit.blind_A == nullptr) {
+        if (const u32 s = generate_RSA_BLINDING(&unit); s != 0) return s;
+    }
+    return VRQ_Mod_Mtp_BIGINT(c, c, unit.blind_A, unit.n, unit.pool);
+}
+
+u32 vrq::rsa::raise_private(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* c) {
+    if (takes_crt(unit, c)) return crt_RSA(&unit, r, c);
+    return VRQ_Mod_Exp_Mont_BIGINT(r, c, unit.d, unit.n, unit.pool);
+}
+
+u32 vrq::rsa::unblind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* m) {
+    return VRQ_Mod_Mtp_BIGINT(m, m, unit.blind_Ai, unit.n, unit.pool);
+}
+
+u32 vrq::rsa::raise_public(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* a) {
+    return mod_exp_mont_var(r, a, unit.e, unit.n, unit.pool);
+}
