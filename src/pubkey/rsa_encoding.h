@@ -5,7 +5,6 @@
 #include "bigint/record.h"
 #include "foundation/ct.h"
 #include "foundation/status.h"
-#include "foundation/wipe.h"
 #include "talvern/rsa.h"
 
 #include <cstddef>
@@ -40,21 +39,6 @@ inline void to_octets(u8* out, std::size_t length, const VRQ_BIGINT& a) {
         out[length - 1 - i] = static_cast<u8>(word >> (8 * (i % 4)));
     }
 }
-
-// Wipes the words of a record of a pool, which keeps them, at the end of the scope.
-class WipeWords {
-  public:
-    explicit WipeWords(VRQ_BIGINT* a) : a_(a) {}
-    ~WipeWords() {
-        if (a_ == nullptr || a_->data == nullptr) return;
-        wipe(a_->data, static_cast<std::size_t>(a_->allocated) * sizeof *a_->data);
-    }
-    WipeWords(const WipeWords&) = delete;
-    WipeWords& operator=(const WipeWords&) = delete;
-
-  private:
-    VRQ_BIGINT* a_;
-};
 
 // Digest length of the unit's digest unit; 0 when none is bound.
 inline std::size_t hash_length(const VRQ_DIGEST_UNIT* digest) {

@@ -43,4 +43,8 @@ void drop_blinding(VRQ_RSA_UNIT& unit);
 // r = a^e mod n; in a time that depends on e and n, and on a. r may be a.
 [[nodiscard]] u32 raise_public(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* a);
 
+// The pool outlives the key and its messages: wipes what past operations left in records that are not handed
+// out. Null is allowed.
+void wipe_idle_words(const VRQ_BIGINT_POOL* pool);
+
 } // namespace vrq::rsa
