@@ -315,8 +315,8 @@ struct PssParts {
 };
 
 TEST(Rsassa, MalformedPssBlocks) {
-    // No bit above the encoded message but a byte; two bits; one; the byte again.
-    for (const std::size_t bits : {2041, 2047, 2048, 2049}) {
+    // No bit above the encoded message but a byte; one bit.
+    for (const std::size_t bits : {2041, 1024}) {
         SCOPED_TRACE(bits);
         const Blocks blocks(bits, pss_mode(32));
         const PssParts good(bits, 0x5A);
