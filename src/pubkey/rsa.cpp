@@ -83,8 +83,8 @@ class Copies {
     bool is_complete_ = true;
 };
 
-// Callers rely on the bits of earlier keys to survive, except for a word that is the lone bit of a part
-// which is missing now.
+// Callers rely on the bits of earlier keys to survive, except for a word that is the lone bit of a
+// part which is missing now.
 void set_part(VRQ_RSA_UNIT& unit, i32 bit, bool is_given) {
     if (is_given) {
         unit.key_flags |= bit;
