@@ -196,6 +196,7 @@ VRQ_API uint32_t VRQ_Encrypt_RSAES(VRQ_RSA_UNIT* unit, uint8_t* out, uint32_t* o
 /* Decrypts k bytes; *out_length receives the length of the message.
  *   out_capacity  bytes of out
  * Returns 0, or VRQ_F_DECRYPT_RSAES with
+ *   VRQ_ERR_NULL_INPUT, VRQ_ERR_INVALID_INPUT (null argument, negative capacity)
  *   VRQ_ERR_NO_PRIVATE_VALUE, VRQ_ERR_NO_PUBLIC_VALUE  no key loaded
  *   VRQ_ERR_NOT_SUPPORTED          modulus too short, in proven mode
  *   VRQ_ERR_NOT_PROVEN_ALGORITHM   mode 0 or 32 in proven mode
@@ -240,7 +241,8 @@ VRQ_API uint32_t VRQ_Final_RSASSA(VRQ_RSA_UNIT* unit, uint8_t* signature, uint32
 /* Signs: k bytes to signature, k to *length.
  * Returns 0, or VRQ_F_SIGN_RSASSA with
  *   VRQ_ERR_NULL_INPUT             null argument
- *   VRQ_ERR_NOT_PROVEN_ALGORITHM   mode 0 or 1 in proven mode
+ *   VRQ_ERR_NOT_SUPPORTED          modulus too short, in proven mode
+ *   VRQ_ERR_NOT_PROVEN_ALGORITHM   mode 0 or 1, or a digest that Init refuses, in proven mode
  *   VRQ_ERR_INVALID_ENCODE_MODE    unknown mode
  *   VRQ_ERR_ENCODING_FAILURE       modulus too short for the encoding, digest without a prefix
  *   VRQ_ERR_BINARY_TO_BIGINT_FAIL  no memory
@@ -254,9 +256,10 @@ VRQ_API uint32_t VRQ_Sign_RSASSA(VRQ_RSA_UNIT* unit, uint8_t* signature, uint32_
 /* Verifies a signature over the message fed.
  * Returns 0 for a good one; the status of the check of its encoding (VRQ_F_CHECK_PKCS1_v1_5_ENCODE,
  * VRQ_F_CHECK_RSASSA_PKCS1_PSS_ENCODE); or VRQ_F_VERIFY_RSASSA with
- *   VRQ_ERR_NULL_INPUT             null argument
+ *   VRQ_ERR_NULL_INPUT, VRQ_ERR_INVALID_INPUT  null argument, negative length
+ *   VRQ_ERR_NOT_SUPPORTED          modulus too short, in proven mode
  *   VRQ_ERR_SIGNATURE_TOO_LONG     the signature is not below n
- *   VRQ_ERR_NOT_PROVEN_ALGORITHM   mode 1 in proven mode
+ *   VRQ_ERR_NOT_PROVEN_ALGORITHM   mode 1, or a digest that Init refuses, in proven mode
  *   VRQ_ERR_DECODING_FAILURE       mode 0: another digest; mode 0 in proven mode; unknown mode
  *   VRQ_ERR_MALLOC                 no memory
  *   VRQ_ERR_SUB_OPERATION_FAILURE  arithmetic failed */
@@ -296,7 +299,7 @@ VRQ_API int32_t VRQ_Decode_RSAES_OAEP_PADDING(const VRQ_RSA_UNIT* unit, const ui
 
 /* EMSA-PKCS1-v1_5 to length bytes; SHA-1, SHA-256, SHA-384, SHA-512, MD5.
  * Returns 0, 0xFFFFFFFF for another digest, 43 (VRQ_ERR_INVALID_INPUT alone) when length is below
- * that of the prefix and 11 bytes. */
+ * that of the prefix and 11 bytes, when the hash does not fit, and for null arguments. */
 VRQ_API uint32_t VRQ_Add_EMSA_PKCS1_v1_5_Encode(uint8_t* out, int32_t length, const uint8_t* hash,
                                                 int32_t hash_length, uint32_t digest);
 
@@ -312,7 +315,8 @@ VRQ_API uint32_t VRQ_Check_EMSA_PKCS1_v1_5_Encode(const uint8_t* block, int32_t 
  *           mode
  * Returns 0, the status of the digest or random function that failed, or VRQ_F_ADD_RSASSA_ENCODING
  * with
- *   VRQ_ERR_INVALID_INPUT  length below hash length + salt length + 2, null digest
+ *   VRQ_ERR_INVALID_INPUT  length below hash length + salt length + 2 (one more where the first
+ *                          byte is zero), null arguments, hash_length not the digest's
  *   VRQ_ERR_MEM_ALLOC      no memory */
 VRQ_API uint32_t VRQ_Add_RSASSA_PKCS1_PSS_Encode(const VRQ_RSA_UNIT* unit, uint8_t* out,
                                                  int32_t length, const uint8_t* hash,
@@ -321,7 +325,7 @@ VRQ_API uint32_t VRQ_Add_RSASSA_PKCS1_PSS_Encode(const VRQ_RSA_UNIT* unit, uint8
 
 /* Checks it; a block that lost leading zeros is filled up.
  * Returns 0, or VRQ_F_CHECK_RSASSA_PKCS1_PSS_ENCODE with
- *   VRQ_ERR_VERIFY_FAILURE  mismatch of any kind
+ *   VRQ_ERR_VERIFY_FAILURE  mismatch of any kind, null arguments, hash_length not the digest's
  *   VRQ_ERR_MEM_ALLOC       no memory */
 VRQ_API uint32_t VRQ_Check_RSASSA_PKCS1_PSS_Encode(const VRQ_RSA_UNIT* unit, const uint8_t* block,
                                                    int32_t block_length, const uint8_t* hash,
@@ -330,7 +334,8 @@ VRQ_API uint32_t VRQ_Check_RSASSA_PKCS1_PSS_Encode(const VRQ_RSA_UNIT* unit, con
 
 /* MGF1 (RFC 8017, B.2.1); an unknown digest means SHA-1.
  * Returns 0, also for an out_length of 0 or less; the status of the digest function that failed, or
- * VRQ_F_PKCS1_MGF1 / VRQ_ERR_MALLOC. */
+ * VRQ_F_PKCS1_MGF1 with VRQ_ERR_MALLOC, VRQ_ERR_NULL_INPUT, VRQ_ERR_INVALID_INPUT (seed_length < 0).
+ * <openssl/rsa.h> declares another function of this name: include it in another source file. */
 VRQ_API uint32_t PKCS1_MGF1(uint8_t* out, int32_t out_length, const uint8_t* seed,
                             int32_t seed_length, uint32_t digest);
 

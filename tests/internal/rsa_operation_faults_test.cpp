@@ -109,6 +109,30 @@ TEST(RsaOperationFaults, SignaturesAndVerification) {
     }
 }
 
+TEST(RsaOperationFaults, Encodings) {
+    const RsaUnit unit = rsa_key(1024).load(Parts::kPublic);
+    ASSERT_EQ(0U, VRQ_Init_RSAES(unit.get(), 8, 0, VRQ_ID_SHA256));
+    // MGF1's digest unit and its record; OAEP masks twice.
+    constexpr uint32_t kMgf1[] = {0, 0x180E003A, 0x0A010022};
+    constexpr uint32_t kPss[] = {0, 0x180F003B, 0x0A010022};
+    Bytes out(128);
+    for_each_allocation_fault([&](std::size_t number) {
+        EXPECT_EQ(kMgf1[number], PKCS1_MGF1(out.data(), 100, kMessage.data(), 5, VRQ_ID_SHA256));
+    });
+    for_each_allocation_fault([&](std::size_t number) {
+        EXPECT_EQ(kPss[number],
+                  VRQ_Add_RSASSA_PKCS1_PSS_Encode(unit.get(), out.data(), 128, Bytes(32).data(), 32,
+                                                  20, unit->digest));
+    });
+    for_each_allocation_fault([&](std::size_t number) {
+        EXPECT_EQ(number == 0 ? 127 : -1,
+                  VRQ_Encode_RSAES_OAEP_PADDING(unit.get(), kMessage.data(), 12, out.data(), 127,
+                                                nullptr, 0, 0));
+        EXPECT_EQ(number == 0,
+                  std::any_of(out.begin(), out.end() - 1, [](uint8_t b) { return b; }));
+    });
+}
+
 TEST(RsaOperationFaults, Initialisation) {
     constexpr uint32_t kEs = 0x18080059;
     constexpr uint32_t kSsa = 0x18030059;
