@@ -127,6 +127,8 @@ TEST(Rsassa, SaltLengthComesFromTheModeWordAlone) {
     EXPECT_EQ(VRQ_ID_SHA1 | first, unit->mode) << "the digest of the mask";
     ASSERT_EQ(0U, VRQ_Init_RSASSA(unit.get(), VRQ_ID_HMAC | VRQ_ID_SHA256, first, 1));
     EXPECT_EQ(static_cast<uint32_t>(VRQ_ID_SHA256), unit->digest->algorithm);
+    EXPECT_EQ(VRQ_ID_HMAC | VRQ_ID_SHA256 | first, unit->mode)
+        << "unknown, so the mask takes SHA-1";
 }
 
 Bytes plus(Bytes number, int summand) {
