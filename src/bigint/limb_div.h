@@ -1,5 +1,5 @@
-// Division of limb arrays. Quotients take a time that depends on the numbers: the estimates of their
-// limbs are corrected where needed. Remainders alone do not, from moduli of two limbs on.
+// Division of limb arrays. Quotients take a time that depends on the numbers: the estimates of
+// their limbs are corrected where needed. Remainders alone do not, from moduli of two limbs on.
 #pragma once
 
 #include "bigint/limbs.h"
@@ -9,8 +9,8 @@
 namespace vrq {
 
 // Knuth's algorithm D. u of nu limbs is divided by d of nd limbs, whose top bit is set, where the
-// upper nd limbs of u are less than d. The quotient of nu - nd limbs goes to q unless q is null, the
-// remainder to the lower nd limbs of u; the rest of u becomes zero.
+// upper nd limbs of u are less than d. The quotient of nu - nd limbs goes to q unless q is null,
+// the remainder to the lower nd limbs of u; the rest of u becomes zero.
 void limbs_divide_normalized(Limb* q, Limb* u, std::size_t nu, const Limb* d, std::size_t nd);
 
 // u = u / w in place, w not 0; returns the remainder.

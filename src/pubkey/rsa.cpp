@@ -45,19 +45,6 @@ void drop(VRQ_BIGINT_POOL*& pool) {
     pool = nullptr;
 }
 
-// The pool outlives the key: wipes what past operations left in records that are not handed out.
-void wipe_idle_words(const VRQ_BIGINT_POOL* pool) {
-    if (pool == nullptr) return;
-    u32 index = 0;
-    for (auto* block = pool->first; block != nullptr; block = block->next) {
-        for (u32 i = 0; i < VRQ_BIGINT_POOL_BLOCK_RECORDS; ++i, ++index) {
-            const VRQ_BIGINT& record = block->records[i];
-            if (index < pool->used || record.data == nullptr) continue;
-            wipe(record.data, static_cast<std::size_t>(record.allocated) * sizeof(u32));
-        }
-    }
-}
-
 using KeyField = VRQ_BIGINT* VRQ_RSA_UNIT::*;
 
 // Copies of the parts of a key on their way into a unit.
@@ -96,8 +83,8 @@ class Copies {
     bool is_complete_ = true;
 };
 
-// Callers rely on the bits of earlier keys to survive, except for a word that is the lone bit of a part
-// which is missing now.
+// Callers rely on the bits of earlier keys to survive, except for a word that is the lone bit of a
+// part which is missing now.
 void set_part(VRQ_RSA_UNIT& unit, i32 bit, bool is_given) {
     if (is_given) {
         unit.key_flags |= bit;
@@ -135,7 +122,7 @@ void VRQ_Clean_RSA(VRQ_RSA_UNIT* unit) {
     drop(unit->qInv);
     rsa::drop_blinding(*unit);
     drop(unit->digest);
-    wipe_idle_words(unit->pool);
+    rsa::wipe_idle_words(unit->pool);
 }
 
 void VRQ_Free_RSA(VRQ_RSA_UNIT* unit) {
@@ -230,4 +217,16 @@ u32 vrq_Set_RSASSA_PKCS1_PSS_SALT_Length(VRQ_RSA_UNIT* unit, i32 length) {
 bool vrq::rsa::is_modulus_refused(const VRQ_RSA_UNIT& unit) {
     return unit.n != nullptr && VRQ_Is_Proven() == 1 &&
            VRQ_Get_BIGINT_Bits_Length(unit.n) < kApprovedBits;
+}
+
+void vrq::rsa::wipe_idle_words(const VRQ_BIGINT_POOL* pool) {
+    if (pool == nullptr) return;
+    u32 index = 0;
+    for (auto* block = pool->first; block != nullptr; block = block->next) {
+        for (u32 i = 0; i < VRQ_BIGINT_POOL_BLOCK_RECORDS; ++i, ++index) {
+            const VRQ_BIGINT& record = block->records[i];
+            if (index < pool->used || record.data == nullptr) continue;
+            wipe(record.data, static_cast<std::size_t>(record.allocated) * sizeof(u32));
+        }
+    }
 }

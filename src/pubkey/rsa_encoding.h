@@ -5,7 +5,6 @@
 #include "bigint/record.h"
 #include "foundation/ct.h"
 #include "foundation/status.h"
-#include "foundation/wipe.h"
 #include "talvern/rsa.h"
 
 #include <cstddef>
@@ -41,21 +40,6 @@ inline void to_octets(u8* out, std::size_t length, const VRQ_BIGINT& a) {
     }
 }
 
-// Wipes the words of a record of a pool, which keeps them, at the end of the scope.
-class WipeWords {
-  public:
-    explicit WipeWords(VRQ_BIGINT* a) : a_(a) {}
-    ~WipeWords() {
-        if (a_ == nullptr || a_->data == nullptr) return;
-        wipe(a_->data, static_cast<std::size_t>(a_->allocated) * sizeof *a_->data);
-    }
-    WipeWords(const WipeWords&) = delete;
-    WipeWords& operator=(const WipeWords&) = delete;
-
-  private:
-    VRQ_BIGINT* a_;
-};
-
 // Digest length of the unit's digest unit; 0 when none is bound.
 inline std::size_t hash_length(const VRQ_DIGEST_UNIT* digest) {
     return digest == nullptr || digest->context == nullptr ? 0 : digest->digest_length;
@@ -71,6 +55,20 @@ struct OaepLabel {
     std::size_t length;
 };
 
+// Where the message begins in an unmasked or decrypted block. No branch and no address depends on the
+// block.
+struct Unpadded {
+    u32 refuse; // all ones when the block is malformed, else zero
+    u32 start;  // of the message; within the block or at its end
+};
+
+// db: label hash, zeros, the byte 0x01, the message.
+Unpadded unpad_oaep(const u8* db, std::size_t length, const u8* label_hash,
+                    std::size_t hash_length);
+
+// block: from the block type on.
+Unpadded unpad_pkcs1(const u8* block, std::size_t length);
+
 // Both decoders return the message length, 0 when the block is malformed or the message is longer than
 // the capacity. They take the same time for every malformed block of a length; refuse is all ones when
 // the caller found the block malformed already.
@@ -79,7 +77,6 @@ struct OaepLabel {
 [[nodiscard]] i32 decode_oaep(const VRQ_RSA_UNIT& unit, u8* body, std::size_t body_length, u8* out,
                               std::size_t capacity, OaepLabel label, u32 refuse);
 
-// block: from the block type on.
 [[nodiscard]] i32 decode_pkcs1(const u8* block, std::size_t length, u8* out, std::size_t capacity,
                                u32 refuse);
 

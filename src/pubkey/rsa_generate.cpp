@@ -1,5 +1,6 @@
-// RSA key generation: two random probable primes (FIPS 186-4, B.3.3, without its bounds on the distance
-// of the primes and on d) and a pairwise consistency test. Plain and _Ex functions share one body.
+// RSA key generation: two random probable primes (FIPS 186-4, B.3.3, without its bounds on the
+// distance of the primes and on d) and a pairwise consistency test. Plain and _Ex functions share
+// one body.
 #include "bigint/record.h"
 #include "bigint/scope.h"
 #include "foundation/scope.h"
@@ -79,7 +80,8 @@ constexpr Outcome ends_if(u32 status) { return {status != 0, status}; }
     return true;
 }
 
-// Every odd prime has primes p with gcd(p - 1, e) = 1; 2 has none, so that the search would not end.
+// Every odd prime has primes p with gcd(p - 1, e) = 1; 2 has none, so that the search would not
+// end.
 bool is_exponent(const Generation& g) {
     return is_odd(*g.unit.e) && g.variant.is_prime(g.unit.e, kExponentRounds, g.unit.pool) == 1;
 }

@@ -1,10 +1,9 @@
-// The key of an RSA unit inside the library: which parts it has, and the private operation in steps.
+// The key of an RSA unit inside the library: which parts it has, and the steps of the private
+// operation. m = c^d mod n is computed behind a blinding factor r:
 //
-// m = c^d mod n is computed behind a blinding factor:
-//
-//   blind(unit, c)             c = c * A mod n, after making the pair (A, A^-1 of the factor) if need be
+//   blind(unit, c)             c = c * A mod n for A = r^e, after making r if need be
 //   raise_private(unit, m, c)  m = c^d mod n, by the primes where the unit allows it
-//   unblind(unit, m)           m = m * A^-1 mod n
+//   unblind(unit, m)           m = m * r^-1 mod n
 //
 // key_passes(unit) belongs before or after blind: decryption checks first, signing blinds first.
 #pragma once
@@ -34,13 +33,17 @@ inline bool can_check(const VRQ_RSA_UNIT& unit) {
 // Releases the blinding pair; the next private operation makes another.
 void drop_blinding(VRQ_RSA_UNIT& unit);
 
-// Return 0, the status of the function that failed, or 1 when a part of the key is missing. c is below
-// n; r may be c.
+// Return 0, the status of the function that failed, or 1 when a part of the key is missing. c is
+// below n; r may be c.
 [[nodiscard]] u32 blind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* c);
 [[nodiscard]] u32 raise_private(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* c);
 [[nodiscard]] u32 unblind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* m);
 
 // r = a^e mod n; in a time that depends on e and n, and on a. r may be a.
 [[nodiscard]] u32 raise_public(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* a);
+
+// The pool outlives the key and its messages: wipes what past operations left in records that are not handed
+// out. Null is allowed.
+void wipe_idle_words(const VRQ_BIGINT_POOL* pool);
 
 } // namespace vrq::rsa

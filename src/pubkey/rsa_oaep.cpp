@@ -46,26 +46,22 @@ bool lay_out(VRQ_DIGEST_UNIT* digest, u8* body, std::size_t body_length, const u
     return VRQ_Rand_Bytes(body, static_cast<i32>(hash)) == 0;
 }
 
-struct Scan {
-    u32 bad;           // all ones when the block is malformed
-    std::size_t start; // of the message, when it is not
-};
+} // namespace
 
-// Zeros, the byte 0x01, the message.
-Scan find_message(const u8* db, std::size_t from, std::size_t length) {
+rsa::Unpadded rsa::unpad_oaep(const u8* db, std::size_t length, const u8* label_hash,
+                              std::size_t hash_length) {
+    u32 refuse = 0;
+    for (std::size_t i = 0; i < hash_length; ++i) refuse |= ~ct::is_equal(db[i], label_hash[i]);
     u32 seen = 0;
-    u32 bad = 0;
     u32 index = 0;
-    for (std::size_t i = from; i < length; ++i) {
+    for (std::size_t i = hash_length; i < length; ++i) {
         const u32 is_one = ct::is_equal(db[i], 1);
         index = ct::select(is_one & ~seen, static_cast<u32>(i), index);
-        bad |= ~seen & ~is_one & ~ct::is_zero(db[i]);
+        refuse |= ~seen & ~is_one & ~ct::is_zero(db[i]);
         seen |= is_one;
     }
-    return {bad | ~seen, std::size_t{index} + 1};
+    return {refuse | ~seen, index + 1};
 }
-
-} // namespace
 
 i32 rsa::decode_oaep(const VRQ_RSA_UNIT& unit, u8* body, std::size_t body_length, u8* out,
                      std::size_t capacity, OaepLabel label, u32 refuse) {
@@ -78,12 +74,11 @@ i32 rsa::decode_oaep(const VRQ_RSA_UNIT& unit, u8* body, std::size_t body_length
 
     u8 label_hash[VRQ_MAX_DIGEST_LENGTH];
     if (hash_label(unit.digest, label, label_hash) != 0) return 0;
-    for (std::size_t i = 0; i < hash; ++i) refuse |= ~ct::is_equal(db[i], label_hash[i]);
-    const Scan scan = find_message(db, hash, db_length);
-    const std::size_t length = db_length - scan.start;
-    refuse |= scan.bad | ct::less(static_cast<u32>(capacity), static_cast<u32>(length));
+    const Unpadded found = unpad_oaep(db, db_length, label_hash, hash);
+    const std::size_t length = db_length - found.start;
+    refuse |= found.refuse | ct::less(static_cast<u32>(capacity), static_cast<u32>(length));
     if (refuse != 0) return 0;
-    std::memcpy(out, db + scan.start, length);
+    std::memcpy(out, db + found.start, length);
     return static_cast<i32>(length);
 }
 

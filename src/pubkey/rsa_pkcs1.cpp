@@ -88,9 +88,7 @@ i32 VRQ_Encode_RSAES_PKCS1_PADDING(const VRQ_RSA_UNIT* unit, const u8* message, 
     return k;
 }
 
-i32 rsa::decode_pkcs1(const u8* block, std::size_t length, u8* out, std::size_t capacity,
-                      u32 refuse) {
-    if (length < kOverhead - 1) return 0;
+rsa::Unpadded rsa::unpad_pkcs1(const u8* block, std::size_t length) {
     u32 seen = 0;
     u32 index = 0;
     for (std::size_t i = 1; i < length; ++i) {
@@ -98,13 +96,19 @@ i32 rsa::decode_pkcs1(const u8* block, std::size_t length, u8* out, std::size_t 
         index = ct::select(is_zero & ~seen, static_cast<u32>(i), index);
         seen |= is_zero;
     }
-    const std::size_t start = std::size_t{index} + 1;
-    const std::size_t message_length = length - start;
-    refuse |= ~(ct::is_equal(block[0], kPrivateType) | ct::is_equal(block[0], kPublicType));
-    refuse |= ~seen | ct::less(index, 1 + kMinPadding);
+    const u32 is_type = ct::is_equal(block[0], kPrivateType) | ct::is_equal(block[0], kPublicType);
+    return {~is_type | ~seen | ct::less(index, 1 + kMinPadding), index + 1};
+}
+
+i32 rsa::decode_pkcs1(const u8* block, std::size_t length, u8* out, std::size_t capacity,
+                      u32 refuse) {
+    if (length < kOverhead - 1) return 0;
+    const Unpadded found = unpad_pkcs1(block, length);
+    const std::size_t message_length = length - found.start;
+    refuse |= found.refuse;
     refuse |= ct::less(static_cast<u32>(capacity), static_cast<u32>(message_length));
     if (refuse != 0) return 0;
-    std::memcpy(out, block + start, message_length);
+    std::memcpy(out, block + found.start, message_length);
     return static_cast<i32>(message_length);
 }
 

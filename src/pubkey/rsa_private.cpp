@@ -73,9 +73,9 @@ u32 draw_above(VRQ_BIGINT* r, const VRQ_BIGINT* lowest, u32 bits) {
     return VRQ_Add_BIGINT(r, lowest, x, nullptr);
 }
 
-// A random r of as many bits as lowest that is not below lowest. Where the room above lowest is narrow,
-// drawing until one falls there would not end; then the draw is made there at once, which gives the
-// same distribution.
+// A random r of as many bits as lowest that is not below lowest. Where the room above lowest is
+// narrow, drawing until one falls there would not end; then the draw is made there at once, which
+// gives the same distribution.
 u32 draw_factor(VRQ_BIGINT* r, const VRQ_BIGINT* lowest) {
     const u32 bits = VRQ_Get_BIGINT_Bits_Length(lowest);
     for (int i = 0; i < kPlainDraws; ++i) {
@@ -111,8 +111,8 @@ bool takes_crt(const VRQ_RSA_UNIT& unit, const VRQ_BIGINT* c) {
 
 } // namespace
 
-// The least common multiple of p - 1 and q - 1 divides e * d - 1 exactly when both of them do, so that
-// it need not be computed; the multiple 1, of p = q = 2, has no residue 1.
+// The least common multiple of p - 1 and q - 1 divides e * d - 1 exactly when both of them do, so
+// that it need not be computed; the multiple 1, of p = q = 2, has no residue 1.
 u32 verify_RSA_KEY(const VRQ_RSA_UNIT* unit) {
     constexpr u32 kPassed = 0;
     constexpr u32 kFailed = 1;

@@ -56,6 +56,8 @@ u32 encode(const VRQ_RSA_UNIT& unit, u8* em, const u8* hash, const Layout& layou
     }
     if (const u32 s = hash_salted(digest, hash, salt, layout, h); s != 0) return s;
     const u32 s = rsa::mgf1_xor(em, layout.db(), h, layout.hash, rsa::mode_digest(unit));
+    if (s == make_status(VRQ_L_RSA, VRQ_F_PKCS1_MGF1, VRQ_ERR_MALLOC))
+        return fail(VRQ_F_ADD_RSASSA_ENCODING, VRQ_ERR_MEM_ALLOC);
     if (s != 0) return s;
     em[0] &= layout.top_mask;
     em[layout.em - 1] = kTrailer;

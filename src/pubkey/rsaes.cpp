@@ -34,6 +34,12 @@ std::size_t block_size(const VRQ_RSA_UNIT& unit) {
     return std::max<std::size_t>(rsa::modulus_bytes(unit), 1);
 }
 
+// What an operation left of a message where the guards of its blocks do not reach.
+void forget(const VRQ_RSA_UNIT& unit) {
+    rsa::wipe_idle_words(unit.pool);
+    wipe_stack();
+}
+
 u32 bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
     const u32 failure = fail(VRQ_F_INIT_RSAES, VRQ_ERR_SUB_OPERATION_FAILURE);
     const bool is_new = unit.digest == nullptr;
@@ -84,9 +90,8 @@ u32 encrypt_block(VRQ_RSA_UNIT& unit, u8* out, const u8* em) {
     Scratch<2> scratch(unit.pool);
     VRQ_BIGINT* const m = scratch.take();
     VRQ_BIGINT* const c = scratch.take();
-    const rsa::WipeWords wipe_m(m);
     const std::size_t k = rsa::modulus_bytes(unit);
-    if (c == nullptr || VRQ_Binary_To_BIGINT(em, static_cast<i32>(k), m) == nullptr)
+    if (m == nullptr || c == nullptr || VRQ_Binary_To_BIGINT(em, static_cast<i32>(k), m) == nullptr)
         return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     if (!rsa::is_below_modulus(unit, *m)) return fail(kFunction, VRQ_ERR_MESSAGE_TOO_LONG);
 
@@ -149,9 +154,8 @@ u32 decrypt_block(VRQ_RSA_UNIT& unit, u8* em, const u8* in, u8* out, i32 capacit
     Scratch<2> scratch(unit.pool);
     VRQ_BIGINT* const c = scratch.take();
     VRQ_BIGINT* const m = scratch.take();
-    const rsa::WipeWords wipe_m(m);
     const auto k = static_cast<i32>(rsa::modulus_bytes(unit));
-    if (m == nullptr || VRQ_Binary_To_BIGINT(in, k, c) == nullptr)
+    if (c == nullptr || m == nullptr || VRQ_Binary_To_BIGINT(in, k, c) == nullptr)
         return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     if (!rsa::is_below_modulus(unit, *c)) return fail(kFunction, VRQ_ERR_MESSAGE_TOO_LONG);
     if (const u32 s = decrypt_value(unit, m, c); s != 0) return s;
@@ -196,7 +200,7 @@ u32 VRQ_Encrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     std::memset(em.data(), 0, em.size());
     u32 s = encode(*unit, em.data(), in, in_length);
     if (s == 0) s = encrypt_block(*unit, out, em.data());
-    wipe_stack();
+    forget(*unit);
     if (s == 0) *out_length = static_cast<u32>(rsa::modulus_bytes(*unit));
     return s;
 }
@@ -219,6 +223,6 @@ u32 VRQ_Decrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     SecretHeap em(block_size(*unit));
     if (!em) return fail(kFunction, VRQ_ERR_MALLOC);
     const u32 s = decrypt_block(*unit, em.data(), in, out, out_capacity, out_length);
-    wipe_stack();
+    forget(*unit);
     return s;
 }

@@ -149,7 +149,8 @@ u32 verify_value(VRQ_RSA_UNIT& unit, const u8* signature, std::size_t length,
     VRQ_BIGINT* const m = scratch.take();
     VRQ_BIGINT* const expected = scratch.take();
     SecretHeap em(std::max<std::size_t>(k, 1));
-    if (!em || expected == nullptr) return fail(kFunction, VRQ_ERR_MALLOC);
+    if (!em || s == nullptr || m == nullptr || expected == nullptr)
+        return fail(kFunction, VRQ_ERR_MALLOC);
     if (VRQ_Binary_To_BIGINT(signature, static_cast<i32>(length), s) == nullptr)
         return fail(kFunction, VRQ_ERR_MALLOC);
     if (!rsa::is_below_modulus(unit, *s)) return too_long;
@@ -213,11 +214,11 @@ u32 VRQ_Sign_RSASSA(VRQ_RSA_UNIT* unit, u8* signature, u32* length) {
     if (const u32 s = check_limits(*unit, kFunction); s != 0) return s;
 
     const std::size_t k = rsa::modulus_bytes(*unit);
+    const ScopeExit wipe_pool([unit] { rsa::wipe_idle_words(unit->pool); });
     Scratch<2> scratch(unit->pool);
     VRQ_BIGINT* const m = scratch.take();
     VRQ_BIGINT* const s = scratch.take();
-    const rsa::WipeWords wipe_m(m);
-    if (s == nullptr) return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
+    if (m == nullptr || s == nullptr) return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     SecretHeap em(std::max<std::size_t>(k, 1));
     if (!em) return fail(kFunction, VRQ_ERR_MALLOC);
     MessageHash hash;

@@ -127,6 +127,8 @@ TEST(Rsassa, SaltLengthComesFromTheModeWordAlone) {
     EXPECT_EQ(VRQ_ID_SHA1 | first, unit->mode) << "the digest of the mask";
     ASSERT_EQ(0U, VRQ_Init_RSASSA(unit.get(), VRQ_ID_HMAC | VRQ_ID_SHA256, first, 1));
     EXPECT_EQ(static_cast<uint32_t>(VRQ_ID_SHA256), unit->digest->algorithm);
+    EXPECT_EQ(VRQ_ID_HMAC | VRQ_ID_SHA256 | first, unit->mode)
+        << "unknown, so the mask takes SHA-1";
 }
 
 Bytes plus(Bytes number, int summand) {
@@ -315,8 +317,8 @@ struct PssParts {
 };
 
 TEST(Rsassa, MalformedPssBlocks) {
-    // No bit above the encoded message but a byte; two bits; one; the byte again.
-    for (const std::size_t bits : {2041, 2047, 2048, 2049}) {
+    // No bit above the encoded message but a byte; one bit.
+    for (const std::size_t bits : {2041, 1024}) {
         SCOPED_TRACE(bits);
         const Blocks blocks(bits, pss_mode(32));
         const PssParts good(bits, 0x5A);

@@ -1,6 +1,7 @@
-// Run under valgrind memcheck: the private parts of a key count as undefined through the key check, the
-// blinding and the private operation, by the primes and by d. Their lengths are public, so that the top
-// word of each stays known, and the lowest bit of the primes, which is set in all of them.
+// Run under valgrind memcheck: the private parts of a key count as undefined through the key
+// check, the blinding and the private operation, by the primes and by d. Their lengths are public,
+// so that the top word of each stays known, and the lowest bit of the primes, which is set in all
+// of them.
 #include "bigint/record.h"
 #include "pubkey/rsa_key.h"
 #include "talvern.h"

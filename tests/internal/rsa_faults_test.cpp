@@ -1,4 +1,5 @@
-// RSA keys when memory fails, what they leave in freed memory, and the path of the private operation.
+// RSA keys when memory fails, what they leave in freed memory, and the path of the private
+// operation.
 #include "harness/faults.h"
 #include "harness/rsa_keys.h"
 #include "pubkey/rsa_key.h"
@@ -110,7 +111,8 @@ TEST(RsaFaults, PrivateOperation) {
     }
 }
 
-// Whatever fails: a status, or a key that works. The count of allocations is as random as the primes.
+// Whatever fails: a status, or a key that works. The count of allocations is as random as the
+// primes.
 TEST(RsaFaults, Generation) {
     const Int e("10001");
     for (const auto generate : {VRQ_Generate_RSA_Params, VRQ_Generate_RSA_Params_Ex}) {
