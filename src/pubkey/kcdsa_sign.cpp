@@ -28,10 +28,19 @@ constexpr std::size_t kProvenY = 2033;
 
 using kcdsa::Digest;
 
+// a >= 2^(bits - 1). Of a private key the time tells its words alone.
+bool is_as_long_as(const VRQ_BIGINT& a, std::size_t bits) {
+    const std::size_t first = (bits - 1) / 32;
+    u32 above = 0;
+    for (std::size_t i = first; i < word_count(a); ++i)
+        above |= i == first ? a.data[i] >> (bits - 1) % 32 : a.data[i];
+    return above != 0;
+}
+
 bool too_short_in_proven_mode(const VRQ_KCDSA_UNIT& unit, bool signs) {
     if (VRQ_Is_Proven() != 1) return false;
     const VRQ_BIGINT* const key = signs ? unit.x : unit.y;
-    return key != nullptr && value_bits(*key) < (signs ? kProvenX : kProvenY);
+    return key != nullptr && !is_as_long_as(*key, signs ? kProvenX : kProvenY);
 }
 
 bool has_domain(const VRQ_KCDSA_UNIT& unit) {
