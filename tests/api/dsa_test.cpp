@@ -268,6 +268,21 @@ TEST(Dsa, DigestIsReducedNotTruncated) {
     EXPECT_EQ(0U, verify(unit, signature, VRQ_ID_SHA512));
 }
 
+TEST(Dsa, OnlySIsPadded) {
+    const auto all = domains();
+    const Unit unit = keyed_unit(all.at("D1"));
+    Signature signature;
+    bool is_short = false;
+    for (int i = 0; i < 8000 && !is_short; ++i) {
+        ASSERT_EQ(0U, sign(unit, signature));
+        ASSERT_EQ(20U, signature.s.size());
+        is_short = signature.r.size() < 20;
+    }
+    EXPECT_TRUE(is_short);
+    EXPECT_NE(0, signature.r.front());
+    EXPECT_EQ(0U, verify(unit, signature));
+}
+
 // With an XSEED the secret is that of the generator started from x and XSEED.
 TEST(Dsa, SecretComesFromKeyAndSeed) {
     const auto all = domains();
