@@ -25,7 +25,7 @@ enum class Outcome { kDone, kNoMemory, kNotHere };
 
 constexpr unsigned kWindow = 5;
 constexpr std::size_t kEntries = (std::size_t{1} << (kWindow - 1)) + 1; // 0 to 16
-constexpr std::size_t kOddEntries = 8;                                   // 1, 3, ..., 15
+constexpr std::size_t kOddEntries = 8;                                  // 1, 3, ..., 15
 
 // Bits [low, low + count) of a number that has any length; bits below 0 are zero. Which words are read
 // depends on low alone.
@@ -190,8 +190,8 @@ bool read_curve(const VRQ_ECURVE& curve, Element<N>& modulus, Element<N>& a) {
 template <std::size_t N>
 void look_up(TablePoint<N>& r, const TablePoint<N> (&table)[kEntries], u64 index) {
     constexpr std::size_t kLimbs = sizeof(TablePoint<N>) / sizeof(u64);
-    limb_kernel().gather(reinterpret_cast<Limb*>(&r), reinterpret_cast<const Limb*>(table), kEntries,
-                         kLimbs, index);
+    limb_kernel().gather(reinterpret_cast<Limb*>(&r), reinterpret_cast<const Limb*>(table),
+                         kEntries, kLimbs, index);
 }
 
 template <std::size_t N>
@@ -270,7 +270,8 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     Jacobian<N> p;
     Jacobian<N> q;
     if (!arithmetic.load(p, P) || !arithmetic.load(q, Q)) return Outcome::kNotHere;
-    if (!Field<N>::equal(arithmetic.b_through(p), arithmetic.b_through(q))) return Outcome::kNotHere;
+    if (!Field<N>::equal(arithmetic.b_through(p), arithmetic.b_through(q)))
+        return Outcome::kNotHere;
 
     TablePoint<N> p_table[kOddEntries];
     TablePoint<N> q_table[kOddEntries];

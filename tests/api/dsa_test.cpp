@@ -179,16 +179,17 @@ TEST(Dsa, ParametersAgreeWithLibcrypto) {
             for (uint32_t i = 0; i < 400 && status != 0; ++i) {
                 seed[3] = static_cast<uint8_t>(i);
                 seed[4] = static_cast<uint8_t>(i >> 8);
-                status = VRQ_Generate_DSA_Params(unit.get(), seed.data(),
-                                                 static_cast<uint32_t>(length),
-                                                 static_cast<uint32_t>(bits), &counter);
+                status =
+                    VRQ_Generate_DSA_Params(unit.get(), seed.data(), static_cast<uint32_t>(length),
+                                            static_cast<uint32_t>(bits), &counter);
                 ASSERT_TRUE(status == 0 || status == 0x0C070047U);
             }
             ASSERT_EQ(0U, status);
             const std::unique_ptr<DSA, Free> theirs(DSA_new());
             int their_counter = 0;
-            if (DSA_generate_parameters_ex(theirs.get(), bits, seed.data(), static_cast<int>(length),
-                                           &their_counter, nullptr, nullptr) != 1)
+            if (DSA_generate_parameters_ex(theirs.get(), bits, seed.data(),
+                                           static_cast<int>(length), &their_counter, nullptr,
+                                           nullptr) != 1)
                 continue;
             const BIGNUM* p = nullptr;
             const BIGNUM* q = nullptr;
@@ -246,8 +247,8 @@ TEST(Dsa, AgreesWithLibcryptoBothWays) {
                 EXPECT_EQ(order_bytes(unit.get()), signature.s.size());
                 EXPECT_EQ(1, peer.verify(test::digest_of(digest, message), signature));
                 EXPECT_EQ(0U, verify(unit, signature, digest, message));
-                EXPECT_EQ(0U,
-                          verify(unit, peer.sign(test::digest_of(digest, message)), digest, message));
+                EXPECT_EQ(
+                    0U, verify(unit, peer.sign(test::digest_of(digest, message)), digest, message));
             }
         }
     }
@@ -335,9 +336,10 @@ TEST(Dsa, ForgedSignatures) {
     padded.insert(padded.end(), good.r.begin(), good.r.end());
     Bytes changed = good.s;
     changed[5] ^= 1;
-    const Signature forged[] = {{{}, good.s},  {good.r, {}}, {{1}, {}},          {q, good.s},
-                                {good.r, q},   {{1}, {1}},   {r_above, good.s},  {good.s, good.r},
-                                {good.r, changed}, {Bytes(20), good.s}, {good.r, Bytes(99)}};
+    const Signature forged[] = {{{}, good.s},        {good.r, {}},       {{1}, {}},
+                                {q, good.s},         {good.r, q},        {{1}, {1}},
+                                {r_above, good.s},   {good.s, good.r},   {good.r, changed},
+                                {Bytes(20), good.s}, {good.r, Bytes(99)}};
     for (std::size_t i = 0; i < std::size(forged); ++i)
         EXPECT_EQ(kNotVerified, verify(unit, forged[i])) << i;
     EXPECT_EQ(0U, verify(unit, {padded, good.s}));
@@ -359,7 +361,9 @@ TEST(Dsa, DomainsThatAreNone) {
             const uint32_t verdict = verify(unit, {{2}, {2}});
             EXPECT_TRUE(verdict == 0 || verdict == kNotVerified) << p << " " << q;
             // 2 is not below q
-            if (std::strlen(q) == 1 && q[0] <= '2') { EXPECT_EQ(kNotVerified, verdict); }
+            if (std::strlen(q) == 1 && q[0] <= '2') {
+                EXPECT_EQ(kNotVerified, verdict);
+            }
         }
     }
 }

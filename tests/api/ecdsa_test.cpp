@@ -145,15 +145,17 @@ struct Peer {
         : group(test::group_named(name)), key(EC_KEY_new()) {
         EC_KEY_set_group(key.get(), group.get());
         EC_KEY_set_private_key(key.get(), Bn(pair.d));
-        EXPECT_EQ(1, EC_KEY_set_public_key_affine_coordinates(key.get(), Bn(pair.q->x), Bn(pair.q->y)));
+        EXPECT_EQ(
+            1, EC_KEY_set_public_key_affine_coordinates(key.get(), Bn(pair.q->x), Bn(pair.q->y)));
     }
 
     int verify(const Bytes& digest, const Signature& signature) const {
         const std::unique_ptr<ECDSA_SIG, Free> sig(ECDSA_SIG_new());
-        ECDSA_SIG_set0(sig.get(),
-                       BN_bin2bn(signature.r.data(), static_cast<int>(signature.r.size()), nullptr),
-                       BN_bin2bn(signature.s.data(), static_cast<int>(signature.s.size()), nullptr));
-        return ECDSA_do_verify(digest.data(), static_cast<int>(digest.size()), sig.get(), key.get());
+        ECDSA_SIG_set0(
+            sig.get(), BN_bin2bn(signature.r.data(), static_cast<int>(signature.r.size()), nullptr),
+            BN_bin2bn(signature.s.data(), static_cast<int>(signature.s.size()), nullptr));
+        return ECDSA_do_verify(digest.data(), static_cast<int>(digest.size()), sig.get(),
+                               key.get());
     }
 
     Signature sign(const Bytes& digest) const {
@@ -187,8 +189,8 @@ TEST(Ecdsa, AgreesWithLibcryptoBothWays) {
                 EXPECT_EQ(order_bytes(curve), signature.s.size());
                 EXPECT_EQ(1, peer.verify(test::digest_of(digest, message), signature));
                 EXPECT_EQ(0U, verify(unit, signature, digest, message));
-                EXPECT_EQ(0U, verify(unit, peer.sign(test::digest_of(digest, message)), digest,
-                                     message));
+                EXPECT_EQ(
+                    0U, verify(unit, peer.sign(test::digest_of(digest, message)), digest, message));
             }
         }
     }
@@ -339,9 +341,9 @@ TEST(Ecdsa, ForgedSignatures) {
     padded.insert(padded.end(), good.s.begin(), good.s.end());
     Bytes changed = good.s;
     changed[5] ^= 1;
-    const Signature forged[] = {{zero, good.s},     {good.r, zero},      {zero, zero},
-                                {order, good.s},    {good.r, order},     {r_above, good.s},
-                                {good.s, good.r},   {one, one},          {good.r, changed},
+    const Signature forged[] = {{zero, good.s},      {good.r, zero},     {zero, zero},
+                                {order, good.s},     {good.r, order},    {r_above, good.s},
+                                {good.s, good.r},    {one, one},         {good.r, changed},
                                 {Bytes(32), good.s}, {good.r, Bytes(40)}};
     for (std::size_t i = 0; i < std::size(forged); ++i)
         EXPECT_EQ(kNotVerified, verify(t.unit, forged[i])) << i;
@@ -362,7 +364,8 @@ TEST(Ecdsa, PublicKeysThatAreNone) {
     VRQ_Add_BIGINT(above, t.pair.q->x, t.curve->prime, nullptr);
     Int off(t.pair.q->y);
     VRQ_Add_BIGINT_Word(off, 1);
-    const Point keys[] = {Point(above, t.pair.q->y), Point(t.pair.q->x, off), Point("0", "0"), Point()};
+    const Point keys[] = {Point(above, t.pair.q->y), Point(t.pair.q->x, off), Point("0", "0"),
+                          Point()};
     for (const Point& key : keys) {
         const Unit unit = unit_of(t.curve, nullptr, key);
         EXPECT_EQ(kNotVerified, verify(unit, good)) << key.text();
@@ -385,8 +388,8 @@ TEST(Ecdsa, CurvesThatAreNone) {
         const char* b;
         const char* n;
     };
-    const Row rows[] = {{"61", "2", "3", "64"}, {"61", "2", "3", "0"},  {"61", "2", "3", "1"},
-                        {"60", "2", "3", "5"},  {"0", "2", "3", "5"},   {"1", "2", "3", "5"},
+    const Row rows[] = {{"61", "2", "3", "64"}, {"61", "2", "3", "0"},        {"61", "2", "3", "1"},
+                        {"60", "2", "3", "5"},  {"0", "2", "3", "5"},         {"1", "2", "3", "5"},
                         {"63", "2", "3", "5"},  {"FFFFF", "FFFFFF", "3", "7"}};
     for (const Row& row : rows) {
         const Curve curve;
