@@ -155,7 +155,7 @@ class Arithmetic {
     }
 
     bool invert(E& r, const E& a) const {
-        Limb scratch[5 * (64 * kMaxFieldLimbs / 62 + 2)];
+        u64 scratch[5 * (64 * kMaxFieldLimbs / 62 + 2)];
         const WipeOnExit wiped(scratch);
         field_.from_montgomery(r, a);
         if (limbs_inverse_odd(r.v, r.v, field_.modulus(), N, bits_, scratch) == 0) return false;
@@ -294,6 +294,12 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     return arithmetic.store(out, sum);
 }
 
+// Wipes the stack that a multiplication has used: at most about 10 KiB.
+[[gnu::noinline]] void wipe_multiplication() {
+    unsigned char below[16384];
+    wipe(below, sizeof below);
+}
+
 std::size_t field_size(const VRQ_BIGINT& prime) {
     if (!is_odd(prime) || value_bits(prime) == 1) return 0;
     for (const std::size_t size : kFieldSizes) {
@@ -347,7 +353,7 @@ bool affine_multiple(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOIN
 bool vrq::ec_multiply(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOINT& P,
                       const VRQ_BIGINT& k, std::size_t bits, VRQ_BIGINT_POOL* pool) {
     const Outcome outcome = multiply_here(out, curve, P, k, bits);
-    wipe_stack();
+    wipe_multiplication();
     if (outcome != Outcome::kNotHere) return outcome == Outcome::kDone;
     return affine_multiply(out, curve, P, k, pool);
 }
