@@ -1,8 +1,8 @@
 // The DSA unit: life cycle, domain and key, messages.
+#include "talvern/dsa.h"
 #include "foundation/unit.h"
 #include "pubkey/dsa_common.h"
 #include "pubkey/signature.h"
-#include "talvern/dsa.h"
 #include "talvern/module.h"
 
 #include <cstddef>

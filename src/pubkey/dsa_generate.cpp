@@ -14,9 +14,7 @@ using namespace vrq;
 
 namespace {
 
-constexpr u32 fail(u32 reason) {
-    return make_status(VRQ_L_DSA, VRQ_F_GENERATE_DSA_PARAMS, reason);
-}
+constexpr u32 fail(u32 reason) { return make_status(VRQ_L_DSA, VRQ_F_GENERATE_DSA_PARAMS, reason); }
 
 constexpr u32 kDigest = 20;
 constexpr u32 kMinBits = 512;
@@ -80,8 +78,14 @@ bool has_small_factor(const VRQ_BIGINT* n) {
 class Search {
   public:
     Search(u32 bits, VRQ_BIGINT_POOL* pool)
-        : bits_(bits), pool_(pool), scratch_(pool), p_(scratch_.take()), q_(scratch_.take()),
-          g_(scratch_.take()), x_(scratch_.take()), t_(scratch_.take()),
+        : bits_(bits),
+          pool_(pool),
+          scratch_(pool),
+          p_(scratch_.take()),
+          q_(scratch_.take()),
+          g_(scratch_.take()),
+          x_(scratch_.take()),
+          t_(scratch_.take()),
           blocks_(std::size_t{(bits - 1) / (8 * kDigest) + 1} * kDigest) {}
 
     bool ok() const {
@@ -204,8 +208,8 @@ u32 VRQ_Generate_DSA_Params(VRQ_DSA_UNIT* unit, const u8* seed, u32 seed_length,
 
     Search search(round_bits(p_bits), unit->pool);
     if (!search.ok()) return fail(VRQ_ERR_GET_BIGINT_POOL_FAIL);
-    const u32 reason = seed == nullptr ? search_from_drawn_seeds(search)
-                                       : search_from(search, seed, seed_length);
+    const u32 reason =
+        seed == nullptr ? search_from_drawn_seeds(search) : search_from(search, seed, seed_length);
     if (reason != 0) return fail(reason);
     if (!search.make_g() || !search.store(*unit)) return fail(VRQ_ERR_MEM_ALLOC);
     if (counter != nullptr) *counter = search.counter();

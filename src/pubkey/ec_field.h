@@ -22,7 +22,8 @@ constexpr std::size_t kMaxFieldLimbs = 9;
 struct FieldKernel {
     u32 needs; // cpu feature bits
     const char* name;
-    std::size_t limbs; // N
+    std::size_t limbs;   // N
+    const u64* only_for; // the modulus that the row is for; null for any
     void (*mul)(u64* r, const u64* a, const u64* b, const u64* p);
     void (*sqr)(u64* r, const u64* a, const u64* p);
 };
@@ -30,8 +31,8 @@ struct FieldKernel {
 // All rows, for tests and benchmarks.
 std::span<const FieldKernel> field_kernels();
 
-// The first row for that many limbs that the processor allows.
-const FieldKernel& field_kernel(std::size_t limbs);
+// The first row for a modulus of that many limbs that the processor allows.
+const FieldKernel& field_kernel(std::size_t limbs, const u64* modulus);
 
 // out = a + b + carry and a - b - borrow; return carry and borrow.
 inline unsigned char add_carry(unsigned char carry, u64 a, u64 b, u64& out) {
@@ -90,7 +91,7 @@ class Field {
     using E = Element<N>;
 
     // For an odd modulus above 1 of N limbs, of which `bits` bits count.
-    Field(const u64* modulus, std::size_t bits) : kernel_(field_kernel(N)) {
+    Field(const u64* modulus, std::size_t bits) : kernel_(field_kernel(N, modulus)) {
         for (std::size_t i = 0; i < N; ++i) p_[i] = modulus[i];
         p_[N] = negated_inverse(p_[0]);
         set_powers(bits);

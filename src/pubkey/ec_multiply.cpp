@@ -25,7 +25,7 @@ enum class Outcome { kDone, kNoMemory, kNotHere };
 
 constexpr unsigned kWindow = 5;
 constexpr std::size_t kEntries = (std::size_t{1} << (kWindow - 1)) + 1; // 0 to 16
-constexpr std::size_t kOddEntries = 8;                                   // 1, 3, ..., 15
+constexpr std::size_t kOddEntries = 8;                                  // 1, 3, ..., 15
 
 // Bits [low, low + count) of a number that has any length; bits below 0 are zero. Which words are read
 // depends on low alone.
@@ -155,7 +155,7 @@ class Arithmetic {
     }
 
     bool invert(E& r, const E& a) const {
-        Limb scratch[5 * (64 * kMaxFieldLimbs / 62 + 2)];
+        u64 scratch[5 * (64 * kMaxFieldLimbs / 62 + 2)];
         const WipeOnExit wiped(scratch);
         field_.from_montgomery(r, a);
         if (limbs_inverse_odd(r.v, r.v, field_.modulus(), N, bits_, scratch) == 0) return false;
@@ -190,8 +190,8 @@ bool read_curve(const VRQ_ECURVE& curve, Element<N>& modulus, Element<N>& a) {
 template <std::size_t N>
 void look_up(TablePoint<N>& r, const TablePoint<N> (&table)[kEntries], u64 index) {
     constexpr std::size_t kLimbs = sizeof(TablePoint<N>) / sizeof(u64);
-    limb_kernel().gather(reinterpret_cast<Limb*>(&r), reinterpret_cast<const Limb*>(table), kEntries,
-                         kLimbs, index);
+    limb_kernel().gather(reinterpret_cast<Limb*>(&r), reinterpret_cast<const Limb*>(table),
+                         kEntries, kLimbs, index);
 }
 
 template <std::size_t N>
@@ -270,7 +270,8 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     Jacobian<N> p;
     Jacobian<N> q;
     if (!arithmetic.load(p, P) || !arithmetic.load(q, Q)) return Outcome::kNotHere;
-    if (!Field<N>::equal(arithmetic.b_through(p), arithmetic.b_through(q))) return Outcome::kNotHere;
+    if (!Field<N>::equal(arithmetic.b_through(p), arithmetic.b_through(q)))
+        return Outcome::kNotHere;
 
     TablePoint<N> p_table[kOddEntries];
     TablePoint<N> q_table[kOddEntries];
@@ -291,6 +292,12 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     }
     if (doublings != 0) group.double_times(sum, doublings);
     return arithmetic.store(out, sum);
+}
+
+// Wipes the stack that a multiplication has used: at most about 10 KiB.
+[[gnu::noinline]] void wipe_multiplication() {
+    unsigned char below[16384];
+    wipe(below, sizeof below);
 }
 
 std::size_t field_size(const VRQ_BIGINT& prime) {
@@ -346,7 +353,7 @@ bool affine_multiple(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOIN
 bool vrq::ec_multiply(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOINT& P,
                       const VRQ_BIGINT& k, std::size_t bits, VRQ_BIGINT_POOL* pool) {
     const Outcome outcome = multiply_here(out, curve, P, k, bits);
-    wipe_stack();
+    wipe_multiplication();
     if (outcome != Outcome::kNotHere) return outcome == Outcome::kDone;
     return affine_multiply(out, curve, P, k, pool);
 }

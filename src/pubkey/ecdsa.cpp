@@ -1,8 +1,8 @@
 // The ECDSA unit: life cycle, parameters, messages. Signing and verification are in ecdsa_sign.cpp.
+#include "talvern/ecdsa.h"
 #include "foundation/unit.h"
 #include "pubkey/ec_records.h"
 #include "pubkey/ecdsa_sign.h"
-#include "talvern/ecdsa.h"
 #include "talvern/module.h"
 
 #include <cstddef>

@@ -111,10 +111,16 @@ struct SmallCurve {
 };
 
 const SmallCurve kSmallCurves[] = {
-    {"prime order", 97, 2, 13},       {"composite order", 97, 2, 3}, {"a is -3", 41, 38, 20},
-    {"a is 0", 43, 0, 5},             {"three torsion points", 31, 0, 1},
-    {"(0, 0) on the curve", 43, 7, 0}, {"with a node", 37, 34, 2},    {"with a cusp", 37, 0, 0},
-    {"field of five", 5, 1, 1},       {"field of three", 3, 1, 1},
+    {"prime order", 97, 2, 13},
+    {"composite order", 97, 2, 3},
+    {"a is -3", 41, 38, 20},
+    {"a is 0", 43, 0, 5},
+    {"three torsion points", 31, 0, 1},
+    {"(0, 0) on the curve", 43, 7, 0},
+    {"with a node", 37, 34, 2},
+    {"with a cusp", 37, 0, 0},
+    {"field of five", 5, 1, 1},
+    {"field of three", 3, 1, 1},
 };
 
 TEST(Ec, SumsOfSmallCurves) {
@@ -185,8 +191,9 @@ TEST(Ec, MultiplesModuloNumbersThatAreNotPrime) {
 
 // ---- libcrypto ----
 
-const char* const kGroups[] = {"prime256v1", "secp384r1",       "secp521r1",      "secp224r1",
-                               "secp256k1",  "brainpoolP256r1", "brainpoolP320r1", "brainpoolP512r1"};
+const char* const kGroups[] = {"prime256v1",      "secp384r1",      "secp521r1",
+                               "secp224r1",       "secp256k1",      "brainpoolP256r1",
+                               "brainpoolP320r1", "brainpoolP512r1"};
 
 std::vector<Int> scalars(const VRQ_BIGINT* n, unsigned seed) {
     std::vector<Int> out;
@@ -207,14 +214,16 @@ TEST(Ec, MultiplesAndSumsAgreeWithLibcrypto) {
         const test::Group group = test::group_named(name);
         ASSERT_NE(nullptr, group) << name;
         const Curve curve(group.get());
-        const test::GroupPoint theirs(EC_POINT_dup(EC_GROUP_get0_generator(group.get()), group.get()));
+        const test::GroupPoint theirs(
+            EC_POINT_dup(EC_GROUP_get0_generator(group.get()), group.get()));
         const test::GroupPoint last(EC_POINT_new(group.get()));
         const Point ours(curve->G);
         const Point product;
         for (const Int& k : scalars(curve->order, 7)) {
             if (k->used == 0) continue;
             SCOPED_TRACE(std::string(name) + " " + k.hex());
-            ASSERT_EQ(1, EC_POINT_mul(group.get(), last.get(), nullptr, theirs.get(), Bn(k), nullptr));
+            ASSERT_EQ(1,
+                      EC_POINT_mul(group.get(), last.get(), nullptr, theirs.get(), Bn(k), nullptr));
             ASSERT_EQ(0U, vrq_Mtp_Fp_ECC(product, curve, ours, k));
             ASSERT_EQ(test::text_of_point(group.get(), last.get()), product.text());
 
@@ -275,8 +284,8 @@ TEST(Ec, InfinityAndAbsentPoints) {
         const VRQ_ECPOINT* right;
         const char* sum;
     };
-    const Row rows[] = {{f.p, minus, "0,0"},   {f.zero, f.p, "3,6"},  {f.p, f.zero, "3,6"},
-                        {f.absent, f.p, "3,6"}, {f.p, f.absent, "3,6"}, {f.zero, f.zero, "0,0"},
+    const Row rows[] = {{f.p, minus, "0,0"},      {f.zero, f.p, "3,6"},   {f.p, f.zero, "3,6"},
+                        {f.absent, f.p, "3,6"},   {f.p, f.absent, "3,6"}, {f.zero, f.zero, "0,0"},
                         {f.zero, f.absent, "0,0"}};
     for (const Row& row : rows) {
         const Point out;
@@ -322,17 +331,28 @@ TEST(Ec, Statuses) {
     const Int k("5");
     VRQ_ECPOINT* const null = nullptr;
     const uint32_t failures[] = {
-        vrq_Add_Fp_ECC(null, f.curve, f.p, f.p),   vrq_Add_Fp_ECC(out, nullptr, f.p, f.p),
-        vrq_Add_Fp_ECC(out, f.curve, null, f.p),   vrq_Add_Fp_ECC(out, f.curve, f.p, null),
-        vrq_Add_Fp_ECC(out, no_prime, f.p, f.p),   vrq_Add_Fp_ECC(out, f.curve, f.absent, f.absent),
-        vrq_Add_Fp_ECC(out, no_a, f.p, f.p),       vrq_Mtp_Fp_ECC(null, f.curve, f.p, k),
-        vrq_Mtp_Fp_ECC(out, nullptr, f.p, k),      vrq_Mtp_Fp_ECC(out, f.curve, null, k),
-        vrq_Mtp_Fp_ECC(out, f.curve, f.p, nullptr), vrq_Mtp_Fp_ECC(out, no_prime, f.p, k),
-        vrq_Mtp_Fp_ECC(out, no_a, f.p, k),         vrq_Mtp_Fp_ECC(out, f.curve, f.absent, k),
-        vrq_Negate_ECC(null, f.curve, f.p),        vrq_Negate_ECC(out, nullptr, f.p),
-        vrq_Negate_ECC(out, f.curve, null),        vrq_Negate_ECC(out, no_prime, f.p),
-        vrq_Negate_ECC(out, f.curve, f.absent),    vrq_Copy_ECPOINT(null, f.p),
-        vrq_Copy_ECPOINT(out, null),               VRQ_Zero_Value_ECPOINT(null),
+        vrq_Add_Fp_ECC(null, f.curve, f.p, f.p),
+        vrq_Add_Fp_ECC(out, nullptr, f.p, f.p),
+        vrq_Add_Fp_ECC(out, f.curve, null, f.p),
+        vrq_Add_Fp_ECC(out, f.curve, f.p, null),
+        vrq_Add_Fp_ECC(out, no_prime, f.p, f.p),
+        vrq_Add_Fp_ECC(out, f.curve, f.absent, f.absent),
+        vrq_Add_Fp_ECC(out, no_a, f.p, f.p),
+        vrq_Mtp_Fp_ECC(null, f.curve, f.p, k),
+        vrq_Mtp_Fp_ECC(out, nullptr, f.p, k),
+        vrq_Mtp_Fp_ECC(out, f.curve, null, k),
+        vrq_Mtp_Fp_ECC(out, f.curve, f.p, nullptr),
+        vrq_Mtp_Fp_ECC(out, no_prime, f.p, k),
+        vrq_Mtp_Fp_ECC(out, no_a, f.p, k),
+        vrq_Mtp_Fp_ECC(out, f.curve, f.absent, k),
+        vrq_Negate_ECC(null, f.curve, f.p),
+        vrq_Negate_ECC(out, nullptr, f.p),
+        vrq_Negate_ECC(out, f.curve, null),
+        vrq_Negate_ECC(out, no_prime, f.p),
+        vrq_Negate_ECC(out, f.curve, f.absent),
+        vrq_Copy_ECPOINT(null, f.p),
+        vrq_Copy_ECPOINT(out, null),
+        VRQ_Zero_Value_ECPOINT(null),
         vrq_Copy_ECC_Key(nullptr, nullptr),
         VRQ_Set_ECURVE_Params(nullptr, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)};
     for (std::size_t i = 0; i < std::size(failures); ++i) EXPECT_EQ(1U, failures[i]) << i;
@@ -351,21 +371,22 @@ TEST(Ec, Comparison) {
 TEST(Ec, CurveParameters) {
     const Curve curve;
     const Point g("3", "6");
-    ASSERT_EQ(0U, VRQ_Set_ECURVE_Params(curve, 7, "0123456789012345678901234567890123456789", Int("2"),
-                                        Int("3"), Int("61"), g, Int("5")));
+    ASSERT_EQ(0U, VRQ_Set_ECURVE_Params(curve, 7, "0123456789012345678901234567890123456789",
+                                        Int("2"), Int("3"), Int("61"), g, Int("5")));
     EXPECT_STREQ("0123456789012345678901234567890", curve->name);
     EXPECT_NE(static_cast<VRQ_ECPOINT*>(g), curve->G);
 
     // what is null stays
-    ASSERT_EQ(0U, VRQ_Set_ECURVE_Params(curve, 8, nullptr, nullptr, Int("4"), nullptr, nullptr,
-                                        nullptr));
+    ASSERT_EQ(
+        0U, VRQ_Set_ECURVE_Params(curve, 8, nullptr, nullptr, Int("4"), nullptr, nullptr, nullptr));
     EXPECT_EQ(8U, curve->curve_id);
     EXPECT_EQ(31U, std::strlen(curve->name));
     EXPECT_EQ(2U, VRQ_Get_BIGINT_Word(curve->a));
     EXPECT_EQ(4U, VRQ_Get_BIGINT_Word(curve->b));
     EXPECT_EQ("3,6", Point::text_of_point(curve->G));
 
-    ASSERT_EQ(0U, VRQ_Set_ECURVE_Params(curve, 8, "x", nullptr, nullptr, nullptr, nullptr, nullptr));
+    ASSERT_EQ(0U,
+              VRQ_Set_ECURVE_Params(curve, 8, "x", nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_STREQ("x", curve->name);
     VRQ_Clean_ECURVE(curve);
     const VRQ_ECURVE empty = {};

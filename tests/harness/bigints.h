@@ -31,6 +31,7 @@ class Int {
     explicit Int(const std::vector<std::uint8_t>& bytes)
         : record_(VRQ_Binary_To_BIGINT(bytes.empty() ? &kNoByte : bytes.data(),
                                        static_cast<int32_t>(bytes.size()), nullptr)) {}
+    explicit Int(const VRQ_BIGINT* a) : record_(VRQ_Dup_BIGINT(a)) {}
     explicit Int(const BIGNUM* n) : Int(hex_of(n)) {}
     Int(const Int& other) : record_(VRQ_Dup_BIGINT(other.record_)) {}
     Int& operator=(const Int&) = delete;

@@ -52,8 +52,8 @@ class Curve {
     }
     explicit Curve(const Record& r) : Curve() {
         const Point g(r.text("gx"), r.text("gy"));
-        VRQ_Set_ECURVE_Params(record_, 1, r.text("name").c_str(), Int(r.text("a")), Int(r.text("b")),
-                              Int(r.text("p")), g, Int(r.text("n")));
+        VRQ_Set_ECURVE_Params(record_, 1, r.text("name").c_str(), Int(r.text("a")),
+                              Int(r.text("b")), Int(r.text("p")), g, Int(r.text("n")));
     }
     explicit Curve(const EC_GROUP* group) : Curve() {
         const Bn p;

@@ -58,6 +58,18 @@ namespace {
     FACTOR_REDC(4, A0) STEP("p", 0, A0, A1) STEP("p", 1, A1, A2)                      \
     STEP("p", 2, A2, A3) LAST("p", 3, A3, A0)
 
+// For P-256 the factor is A0 itself: A0 * p = A0 * (2^256 - 2^224 + 2^192) + A0 * 2^96 - A0.
+#define REDC_P256(A0, A1, A2, A3)                                                     \
+    "movq " A0 ", %%rdx\n\t"                                                          \
+    "mulxq 24(%[p]), %%rax, %%rcx\n\t"                                                \
+    "shlq $32, %%rdx\n\t"                                                             \
+    "shrq $32, " A0 "\n\t"                                                            \
+    "addq %%rdx, " A1 "\n\t"                                                          \
+    "adcq " A0 ", " A2 "\n\t"                                                         \
+    "adcq %%rax, " A3 "\n\t"                                                          \
+    "adcq $0, %%rcx\n\t"                                                              \
+    "movq %%rcx, " A0 "\n\t"
+
 // 6 limbs: the low half of the product waits in memory.
 #define ROW6(i, A0, A1, A2, A3, A4, A5)                                               \
     FACTOR(i) STEP("a", 0, A0, A1) KEEP(i, A0) STEP("a", 1, A1, A2)                   \
@@ -68,47 +80,52 @@ namespace {
 
 #define ZERO(A) "xorl " A "d, " A "d\n\t"
 #define MOVE(A, B) "movq " A ", " B "\n\t"
+#define ADD(OP, A, B) OP " " A ", " B "\n\t"
 #define SWAP_HALF6(i, A) "movq " A ", 48+8*" #i "(%[t])\n\tmovq 8*" #i "(%[t]), " A "\n\t"
 #define ADD_HIGH6(OP, i, A) OP " 48+8*" #i "(%[t]), " A "\n\t"
 #define STORE(V, i, A) "movq " A ", 8*" #i "(%[" V "])\n\t"
 #define SUB_P(OP, i, A) OP " 8*" #i "(%[p]), " A "\n\t"
+
+// The text of a product of 4 limbs with one reduction row or the other. CMOV keeps what was not below p.
+#define MUL4(REDC)                                                                    \
+    ZERO(R0) ZERO(R1) ZERO(R2) ZERO(R3)                                               \
+    ROW4(0, R0, R1, R2, R3, R4) ROW4(1, R1, R2, R3, R4, R5)                           \
+    ROW4(2, R2, R3, R4, R5, R6) ROW4(3, R3, R4, R5, R6, R7)                           \
+    REDC(R0, R1, R2, R3) REDC(R1, R2, R3, R0) REDC(R2, R3, R0, R1) REDC(R3, R0, R1, R2) \
+    "xorl %%ecx, %%ecx\n\t"                                                           \
+    ADD("addq", R4, R0) ADD("adcq", R5, R1) ADD("adcq", R6, R2) ADD("adcq", R7, R3)   \
+    "adcq $0, %%rcx\n\t"                                                              \
+    MOVE(R0, R4) MOVE(R1, R5) MOVE(R2, R6) MOVE(R3, R7)                               \
+    SUB_P("subq", 0, R4) SUB_P("sbbq", 1, R5) SUB_P("sbbq", 2, R6) SUB_P("sbbq", 3, R7) \
+    "sbbq $0, %%rcx\n\t"                                                              \
+    ADD("cmovcq", R0, R4) ADD("cmovcq", R1, R5) ADD("cmovcq", R2, R6) ADD("cmovcq", R3, R7) \
+    "movq %[r], %%rax\n\t"                                                            \
+    "movq " R4 ", (%%rax)\n\t"                                                        \
+    "movq " R5 ", 8(%%rax)\n\t"                                                       \
+    "movq " R6 ", 16(%%rax)\n\t"                                                      \
+    "movq " R7 ", 24(%%rax)\n\t"
 
 // clang-format on
 
 } // namespace
 
 TALVERN_FIELD void field_mul4_mulx(u64* r, const u64* a, const u64* b, const u64* p) {
-    __asm__ volatile(
-        // clang-format off
-        ZERO(R0) ZERO(R1) ZERO(R2) ZERO(R3)
-        ROW4(0, R0, R1, R2, R3, R4) ROW4(1, R1, R2, R3, R4, R5)
-        ROW4(2, R2, R3, R4, R5, R6) ROW4(3, R3, R4, R5, R6, R7)
-        REDC4(R0, R1, R2, R3) REDC4(R1, R2, R3, R0)
-        REDC4(R2, R3, R0, R1) REDC4(R3, R0, R1, R2)
-        "xorl %%ecx, %%ecx\n\t"
-        "addq " R4 ", " R0 "\n\t"
-        "adcq " R5 ", " R1 "\n\t"
-        "adcq " R6 ", " R2 "\n\t"
-        "adcq " R7 ", " R3 "\n\t"
-        "adcq $0, %%rcx\n\t"
-        MOVE(R0, R4) MOVE(R1, R5) MOVE(R2, R6) MOVE(R3, R7)
-        SUB_P("subq", 0, R4) SUB_P("sbbq", 1, R5) SUB_P("sbbq", 2, R6) SUB_P("sbbq", 3, R7)
-        "sbbq $0, %%rcx\n\t"
-        "cmovcq " R0 ", " R4 "\n\t"
-        "cmovcq " R1 ", " R5 "\n\t"
-        "cmovcq " R2 ", " R6 "\n\t"
-        "cmovcq " R3 ", " R7 "\n\t"
-        "movq %[r], %%rax\n\t"
-        "movq " R4 ", (%%rax)\n\t"
-        "movq " R5 ", 8(%%rax)\n\t"
-        "movq " R6 ", 16(%%rax)\n\t"
-        "movq " R7 ", 24(%%rax)\n\t"
-        // clang-format on
-        :
-        : [r] "m"(r), [a] "r"(a), [b] "r"(b), [p] "r"(p)
-        : "rax", "rcx", "rdx", "r8", "r9", "r10", "r11", "r12", "r13", "r14", "r15", "cc",
-          "memory");
+    __asm__ volatile(MUL4(REDC4)
+                     :
+                     : [r] "m"(r), [a] "r"(a), [b] "r"(b), [p] "r"(p)
+                     : "rax", "rcx", "rdx", "r8", "r9", "r10", "r11", "r12", "r13", "r14", "r15",
+                       "cc", "memory");
 }
+
+TALVERN_FIELD void field_mul_p256_mulx(u64* r, const u64* a, const u64* b, const u64* p) {
+    __asm__ volatile(MUL4(REDC_P256)
+                     :
+                     : [r] "m"(r), [a] "r"(a), [b] "r"(b), [p] "r"(p)
+                     : "rax", "rcx", "rdx", "r8", "r9", "r10", "r11", "r12", "r13", "r14", "r15",
+                       "cc", "memory");
+}
+
+void field_sqr_p256_mulx(u64* r, const u64* a, const u64* p) { field_mul_p256_mulx(r, a, a, p); }
 
 void field_sqr4_mulx(u64* r, const u64* a, const u64* p) { field_mul4_mulx(r, a, a, p); }
 
@@ -135,7 +152,7 @@ TALVERN_FIELD u64 product6(u64 (&area)[12], const u64* a, const u64* b, const u6
         STORE("t", 0, R0) STORE("t", 1, R1) STORE("t", 2, R2)
         STORE("t", 3, R3) STORE("t", 4, R4) STORE("t", 5, R5)
         // clang-format on
-        : [carry] "+r"(carry)
+        : [carry] "+r"(carry), "=m"(area)
         : [t] "r"(t), [a] "r"(a), [b] "r"(b), [p] "r"(p)
         : "rax", "rcx", "rdx", "r8", "r9", "r10", "r11", "r12", "r13", "cc", "memory");
     return carry;
