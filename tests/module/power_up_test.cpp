@@ -6,11 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdarg>
 #include <string>
 #include <vector>
 
@@ -110,9 +112,15 @@ TEST(PowerUp, ForksTwiceInProvenModeOnly) {
 
 } // namespace
 
-// In place of the platform's, to count.
-extern "C" pid_t fork() {
-    ++g_forks;
-    static const auto real = reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"));
-    return real();
+// In place of the platform's, to count clones.
+extern "C" long syscall(long number, ...) {
+    if (number == SYS_clone) ++g_forks;
+    static const auto real = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
+    va_list list;
+    va_start(list, number);
+    std::array<long, 6> arguments;
+    for (long& argument : arguments) argument = va_arg(list, long);
+    va_end(list);
+    return real(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4],
+                arguments[5]);
 }

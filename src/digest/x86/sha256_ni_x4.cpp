@@ -64,12 +64,23 @@ namespace {
         __m128i abef[count];                                                                       \
         __m128i cdgh[count];                                                                       \
         lanes(LOAD, 0);                                                                            \
-        FIRST_GROUP(lanes, 0)                                                                      \
-        FIRST_GROUP(lanes, 1) FIRST_GROUP(lanes, 2) FIRST_GROUP(lanes, 3) LATER_GROUP(lanes, 4)    \
-            LATER_GROUP(lanes, 5) LATER_GROUP(lanes, 6) LATER_GROUP(lanes, 7)                      \
-                LATER_GROUP(lanes, 8) LATER_GROUP(lanes, 9) LATER_GROUP(lanes, 10)                 \
-                    LATER_GROUP(lanes, 11) LATER_GROUP(lanes, 12) LATER_GROUP(lanes, 13)           \
-                        LATER_GROUP(lanes, 14) LATER_GROUP(lanes, 15) lanes(STORE, 0)              \
+        FIRST_GROUP(lanes, 0);                                                                     \
+        FIRST_GROUP(lanes, 1);                                                                     \
+        FIRST_GROUP(lanes, 2);                                                                     \
+        FIRST_GROUP(lanes, 3);                                                                     \
+        LATER_GROUP(lanes, 4);                                                                     \
+        LATER_GROUP(lanes, 5);                                                                     \
+        LATER_GROUP(lanes, 6);                                                                     \
+        LATER_GROUP(lanes, 7);                                                                     \
+        LATER_GROUP(lanes, 8);                                                                     \
+        LATER_GROUP(lanes, 9);                                                                     \
+        LATER_GROUP(lanes, 10);                                                                    \
+        LATER_GROUP(lanes, 11);                                                                    \
+        LATER_GROUP(lanes, 12);                                                                    \
+        LATER_GROUP(lanes, 13);                                                                    \
+        LATER_GROUP(lanes, 14);                                                                    \
+        LATER_GROUP(lanes, 15);                                                                    \
+        lanes(STORE, 0)                                                                            \
     }
 
 DEFINE_DIGEST(two, 2, TWO_LANES)
