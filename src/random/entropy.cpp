@@ -31,9 +31,13 @@ constexpr u32 kSpare = 128; // bytes a pool grows by beyond what it needs
 
 using Unit = Owned<VRQ_ENTROPY_UNIT, vrq_Free_ENTROPY_Unit>;
 
-// Makes room behind the used bytes. False when it cannot; nothing changes then.
-bool reserve(VRQ_ENTROPY_UNIT& unit, u32 length) {
-    if (length <= unit.pool_capacity - unit.pool_length) return true;
+// Appends the data, which may be the unit's own. False when the pool cannot grow; nothing changes then.
+bool append(VRQ_ENTROPY_UNIT& unit, const u8* data, u32 length) {
+    if (length <= unit.pool_capacity - unit.pool_length) {
+        std::memmove(unit.pool + unit.pool_length, data, length);
+        unit.pool_length += length;
+        return true;
+    }
 
     const u64 capacity = u64{unit.pool_capacity} + length + kSpare;
     if (capacity > std::numeric_limits<u32>::max()) return false;
@@ -41,9 +45,11 @@ bool reserve(VRQ_ENTROPY_UNIT& unit, u32 length) {
     if (grown == nullptr) return false;
 
     if (unit.pool_capacity != 0) std::memcpy(grown, unit.pool, unit.pool_length);
+    std::memcpy(grown + unit.pool_length, data, length);
     wipe_and_release(unit.pool, unit.pool_capacity);
     unit.pool = grown;
     unit.pool_capacity = static_cast<u32>(capacity);
+    unit.pool_length += length;
     return true;
 }
 
@@ -100,10 +106,9 @@ void vrq_Free_ENTROPY_Unit(VRQ_ENTROPY_UNIT* unit) {
 }
 
 u32 vrq_Add_ENTROPY(VRQ_ENTROPY_UNIT* unit, const u8* data, u32 length, u32 credit) {
-    if (unit == nullptr || data == nullptr || length == 0 || credit == 0 || !reserve(*unit, length))
+    if (unit == nullptr || data == nullptr || length == 0 || credit == 0 ||
+        !append(*unit, data, length))
         return fail(VRQ_F_ADD_ENTROPY, VRQ_ERR_INVALID_INPUT);
-    std::memcpy(unit->pool + unit->pool_length, data, length);
-    unit->pool_length += length;
     unit->credit += credit;
     return 0;
 }

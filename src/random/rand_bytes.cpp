@@ -15,6 +15,7 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/random.h>
 
 using namespace vrq;
 
@@ -130,11 +131,22 @@ void save(const VRQ_DRBG_UNIT& unit) {
     g_saved.is_valid = 1;
 }
 
+// Where the random device cannot be opened (no descriptor left, an empty root directory) the sources
+// of the collector are poor. The kernel's bytes need no file; as a personalization string (SP
+// 800-90A, 8.7.1) they can only help, and early in a boot they may be missing.
+void personalize(VRQ_DRBG_UNIT& unit) {
+    SecretBytes<32> bytes;
+    if (getrandom(bytes.data(), 32, GRND_NONBLOCK) != 32) return;
+    vrq_Set_Instantiate_DRBG_Param(&unit, nullptr, 0, nullptr, 0, bytes.data(), 32);
+}
+
 bool instantiate(VRQ_DRBG_UNIT& unit, const VRQ_DRBG_ENTROPY_INPUT* input) {
-    if (input != nullptr &&
-        vrq_Set_Instantiate_DRBG_Param(&unit, input->entropy, input->entropy_length, input->nonce,
-                                       input->nonce_length, nullptr, 0) != 0)
+    if (input == nullptr) {
+        personalize(unit);
+    } else if (vrq_Set_Instantiate_DRBG_Param(&unit, input->entropy, input->entropy_length,
+                                              input->nonce, input->nonce_length, nullptr, 0) != 0) {
         return false;
+    }
     return vrq_Instantiate_DRBG(&unit, unit.strength) == 0;
 }
 

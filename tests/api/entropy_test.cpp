@@ -38,6 +38,9 @@ TEST(Entropy, PoolGrowsByWhatItNeedsAndASpare) {
     ASSERT_EQ(32U, unit->digest_length);
     EXPECT_EQ(expected, Bytes(unit->digest, unit->digest + 32));
 
+    ASSERT_EQ(0U, vrq_Add_ENTROPY(unit, unit->pool, 300, 1)) << "its own bytes, as it grows";
+    EXPECT_EQ(884U, unit->pool_capacity);
+    EXPECT_EQ(Bytes(600, 1), Bytes(unit->pool, unit->pool + 600));
     vrq_Clean_ENTROPY_Unit(unit);
     const VRQ_ENTROPY_UNIT zero{};
     EXPECT_EQ(0, std::memcmp(&zero, unit, sizeof zero));
