@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int kThreads = 8;
+constexpr int kFirstCallers = 32;
 
 // "abc" under SHA-256 (FIPS 180-4).
 constexpr std::array<uint8_t, 32> kDigest = {
@@ -22,11 +23,10 @@ constexpr std::array<uint8_t, 32> kDigest = {
 
 // Runs the body in all threads, each waiting until all have started.
 template <class Body>
-void at_once(Body body) {
-    std::atomic<int> waiting{kThreads};
+void at_once(Body body, int count = kThreads) {
+    std::atomic<int> waiting{count};
     std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int i = 0; i < kThreads; ++i) {
+    for (int i = 0; i < count; ++i) {
         threads.emplace_back([&] {
             --waiting;
             while (waiting != 0) std::this_thread::yield();
@@ -38,14 +38,17 @@ void at_once(Body body) {
 
 TEST(Concurrency, FirstServiceCalls) {
     std::atomic<int> right{0};
-    at_once([&] {
-        std::array<uint8_t, 32> digest{};
-        uint32_t length = 0;
-        const uint8_t message[] = {'a', 'b', 'c'};
-        if (VRQ_DIGEST(VRQ_ID_SHA256, message, sizeof message, digest.data(), &length) != 0) return;
-        if (length == digest.size() && digest == kDigest) ++right;
-    });
-    EXPECT_EQ(kThreads, right);
+    at_once(
+        [&] {
+            std::array<uint8_t, 32> digest{};
+            uint32_t length = 0;
+            const uint8_t message[] = {'a', 'b', 'c'};
+            if (VRQ_DIGEST(VRQ_ID_SHA256, message, sizeof message, digest.data(), &length) != 0)
+                return;
+            if (length == digest.size() && digest == kDigest) ++right;
+        },
+        kFirstCallers);
+    EXPECT_EQ(kFirstCallers, right);
     EXPECT_EQ(1, VRQ_Is_Proven());
 }
 
