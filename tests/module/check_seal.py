@@ -18,6 +18,7 @@ from probe import Probe  # noqa: E402
 
 NOT_READ = 0x1A010050
 DIFFERS = 0x1A01000C
+PT_DYNAMIC = 2
 HEADERS = 640  # every byte of the ELF and program headers is flipped, and about so many of the rest
 FLIPS = 2000
 whole = library.read_bytes()
@@ -103,6 +104,14 @@ def is_section_field(at):
     return any(start <= at < start + length for start, length in seal.SECTION_HEADER_FIELDS)
 
 
+def loaded(kind=seal.PT_LOAD):
+    """Offset and length in the file of all that the loader maps, writable or not."""
+    start, = seal.struct.unpack_from("<Q", whole, 0x20)
+    count, = seal.struct.unpack_from("<H", whole, 0x38)
+    headers = [seal.struct.unpack_from("<IIQQQQ", whole, start + 56 * i) for i in range(count)]
+    return [(header[2], header[5]) for header in headers if header[0] == kind]
+
+
 def check_damage():
     """Every damaged byte in the covered range is refused. The file is damaged under a process that has loaded
     it whole: a fresh process would fail to load, or crash, for reasons of its own."""
@@ -112,10 +121,11 @@ def check_damage():
         path = fresh()  # the loaded file has no name any more
         expect(probe.status("vrq_Verify_DLL"), 0, "replaced by its like")
 
-        covered = [at for start, length in image.segments() for at in range(start, start + length)]
+        covered = [at for start, length in loaded() for at in range(start, start + length)]
         stride = len(covered) // FLIPS | 1  # odd, so that every position within a word is met
         chosen = [*covered[:HEADERS], *covered[HEADERS::stride]]
-        chosen += [*range(slot, slot + seal.SLOT_LENGTH), *(start + length - 1 for start, length in image.segments())]
+        chosen += [*range(slot, slot + seal.SLOT_LENGTH), *(start + length - 1 for start, length in loaded())]
+        chosen += [start + at for start, length in loaded(PT_DYNAMIC) for at in range(0, length, 8)]
         bits = random.Random(2)
         with path.open("r+b", buffering=0) as file:
             for at in chosen:
@@ -125,7 +135,7 @@ def check_damage():
                 os.pwrite(file.fileno(), whole[at:at + 1], at)
         expect(probe.status("vrq_Verify_DLL"), 0, "mended")
 
-        end = max(start + length for start, length in image.segments())
+        end = max(start + length for start, length in loaded())
         for size in (0, 1, 63, 64, 4096, slot, slot + 16, end - 1):
             expect(probe.status_after(lambda: fresh(data=whole[:size])), NOT_READ, f"cut to {size} bytes")
         expect(probe.status_after(lambda: fresh(data=whole[:end])), 0, "cut behind the segments")
