@@ -54,9 +54,7 @@ struct Image {
     u64 slot_offset; // in the file
 };
 
-bool is_covered(const ElfW(Phdr) & segment) {
-    return segment.p_type == PT_LOAD;
-}
+bool is_covered(const ElfW(Phdr) & segment) { return segment.p_type == PT_LOAD; }
 
 int find_slot(dl_phdr_info* info, std::size_t, void* argument) {
     const u64 address = reinterpret_cast<std::uintptr_t>(kSlot) - info->dlpi_addr;
