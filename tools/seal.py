@@ -34,6 +34,8 @@ class Image:
         for at in range(start, start + size * count, size):
             kind, _, offset, _, _, length = struct.unpack_from("<IIQQQQ", self.data, at)
             if kind == PT_LOAD:
+                if offset + length > len(self.data):
+                    raise ValueError("a segment reaches beyond the end of the file")
                 yield offset, length
 
     def slot(self):
@@ -41,11 +43,14 @@ class Image:
         table, = struct.unpack_from("<Q", self.data, 0x28)
         size, count, names = struct.unpack_from("<HHH", self.data, 0x3A)
         headers = [struct.unpack_from("<IIQQQQ", self.data, table + i * size) for i in range(count)]
+        if names >= count:
+            raise ValueError("section headers without names")
         for name, _, _, _, offset, length in headers:
             start = headers[names][4] + name
             if self.data[start:self.data.index(0, start)] == SLOT_SECTION:
                 # Sanitizers may append a zone of their own.
-                if length < SLOT_LENGTH or not any(a <= offset < a + n for a, n in self.segments()):
+                if length < SLOT_LENGTH or not any(a <= offset and offset + SLOT_LENGTH <= a + n
+                                                   for a, n in self.segments()):
                     raise ValueError(f"{SLOT_SECTION.decode()} is not where the digest can stand")
                 return offset
         raise ValueError(f"no section {SLOT_SECTION.decode()}")
@@ -86,5 +91,5 @@ def main(arguments):
 if __name__ == "__main__":
     try:
         main(sys.argv[1:])
-    except (OSError, ValueError, struct.error) as error:
+    except (OSError, ValueError, OverflowError, struct.error) as error:
         sys.exit(f"seal.py: {error}")

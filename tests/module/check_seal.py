@@ -100,6 +100,47 @@ def check_seals():
         faults.append("sealing again gives another file")
 
 
+def patched(at, form, value):
+    data = bytearray(whole)
+    seal.struct.pack_into(form, data, at, value)
+    return data
+
+
+def check_refusals_to_seal():
+    """A file that cannot be what the linker wrote gets a message and no seal, not even a part of one."""
+    first_segment, section_table = 64, seal.struct.unpack_from("<Q", whole, 0x28)[0]
+    sections = [section_table + 64 * i for i in range(seal.struct.unpack_from("<H", whole, 0x3C)[0])]
+    slot_header = next(at for at in sections if seal.struct.unpack_from("<QQ", whole, at + 24) == (slot, 32))
+    for label, data in {
+            "empty": b"",
+            "32 bits": patched(4, "B", 1),
+            "big-endian": patched(5, "B", 2),
+            "ELF header alone": whole[:64],
+            "cut": whole[:-1 - len(whole) // 2],
+            "program headers of size 0": patched(0x36, "<H", 0),
+            "65535 program headers": patched(0x38, "<H", 0xFFFF),
+            "program headers far away": patched(0x20, "<Q", 2**64 - 1),
+            "no program headers": patched(0x38, "<H", 0),
+            "segment longer than the file": patched(first_segment + 32, "<Q", 2**63),
+            "segment behind the file": patched(first_segment + 8, "<Q", len(whole)),
+            "section headers far away": patched(0x28, "<Q", 2**64 - 64),
+            "no section headers": patched(0x3C, "<H", 0),
+            "no section names": patched(0x3E, "<H", 0xFFFF),
+            "section name far away": patched(slot_header, "<I", 2**32 - 1),
+            "slot in no segment": patched(slot_header + 24, "<Q", section_table),
+            "slot across the end of a segment":
+                patched(slot_header + 24, "<Q", max(start + length for start, length in loaded()) - 16),
+            "slot too short": patched(slot_header + 32, "<Q", 31),
+    }.items():
+        path = fresh("refused.so", data)
+        done = subprocess.run([sys.executable, source / "tools/seal.py", path],
+                              capture_output=True, text=True, check=False)
+        if done.returncode != 1 or not done.stderr.startswith("seal.py: "):
+            faults.append(f"{label}: sealing ends with {done.returncode} and says {done.stderr!r}")
+        if path.read_bytes() != bytes(data):
+            faults.append(f"{label}: changed by a refusal")
+
+
 def is_section_field(at):
     return any(start <= at < start + length for start, length in seal.SECTION_HEADER_FIELDS)
 
@@ -158,6 +199,7 @@ work.mkdir(parents=True)
 check_tools()
 check_places()
 check_seals()
+check_refusals_to_seal()
 flipped = check_damage()
 if faults:
     sys.exit("\n".join(faults[:40]))
