@@ -9,8 +9,21 @@ install(FILES
   $<TARGET_FILE_DIR:talvern>/libTalvern.so
   DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
-set(TALVERN_INSTALLED_FILE
-  "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libTalvern_v5.2.0_Linux_2.6_64.so")
+# Packagers may give the folder as an absolute path.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(TALVERN_INSTALLED_FOLDER "${CMAKE_INSTALL_LIBDIR}")
+  set(TALVERN_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+  set(TALVERN_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
+else()
+  set(TALVERN_INSTALLED_FOLDER "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
+  # Relative to the file's own place, so that an installation can be moved.
+  file(RELATIVE_PATH TALVERN_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  set(TALVERN_PC_PREFIX "\${pcfiledir}/${TALVERN_PC_PREFIX}")
+  set(TALVERN_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+endif()
+set(TALVERN_INSTALLED_NAME libTalvern_v5.2.0_Linux_2.6_64.so)
+set(TALVERN_INSTALLED_FILE "\$ENV{DESTDIR}${TALVERN_INSTALLED_FOLDER}/${TALVERN_INSTALLED_NAME}")
+set(TALVERN_BUILT_FILE "${PROJECT_BINARY_DIR}/src/${TALVERN_INSTALLED_NAME}")
 configure_file(cmake/split_debug.cmake.in ${PROJECT_BINARY_DIR}/split_debug.cmake @ONLY)
 install(SCRIPT ${PROJECT_BINARY_DIR}/split_debug.cmake)
 
@@ -25,7 +38,5 @@ install(FILES
   ${PROJECT_BINARY_DIR}/TalvernConfigVersion.cmake
   DESTINATION ${TALVERN_CONFIG_DIR})
 
-# Relative to the file's own place, so that an installation can be moved.
-file(RELATIVE_PATH TALVERN_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/talvern.pc.in ${PROJECT_BINARY_DIR}/talvern.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/talvern.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,7 +1,7 @@
 """Writes the digest of a linked library, or of a program that holds its objects, into the file.
 
-The digest is HMAC-SHA-256 under the module key over the file bytes of all loadable segments that are not
-writable; the fields of the ELF header that locate section headers, and the digest itself, count as zeros.
+The digest is HMAC-SHA-256 under the module key over the file bytes of all loadable segments; the fields of the
+ELF header that locate section headers, and the digest itself, count as zeros.
 src/selftest/integrity.cpp computes the same when the module starts.
 
 Usage: seal.py FILE            seals the file, anew if it was sealed before
@@ -16,7 +16,6 @@ MODULE_KEY = b"Talvern library file integrity 1"
 SLOT_SECTION = b".talvern_seal"
 SLOT_LENGTH = 32
 PT_LOAD = 1
-PF_W = 2
 # Offset and length of e_shoff, and of e_shentsize, e_shnum and e_shstrndx.
 SECTION_HEADER_FIELDS = ((0x28, 8), (0x3A, 6))
 
@@ -33,8 +32,10 @@ class Image:
         """Offset and length in the file of each segment that the digest covers."""
         start, size, count = *struct.unpack_from("<Q", self.data, 0x20), *struct.unpack_from("<HH", self.data, 0x36)
         for at in range(start, start + size * count, size):
-            kind, flags, offset, _, _, length = struct.unpack_from("<IIQQQQ", self.data, at)
-            if kind == PT_LOAD and not flags & PF_W:
+            kind, _, offset, _, _, length = struct.unpack_from("<IIQQQQ", self.data, at)
+            if kind == PT_LOAD:
+                if offset + length > len(self.data):
+                    raise ValueError("a segment reaches beyond the end of the file")
                 yield offset, length
 
     def slot(self):
@@ -42,11 +43,14 @@ class Image:
         table, = struct.unpack_from("<Q", self.data, 0x28)
         size, count, names = struct.unpack_from("<HHH", self.data, 0x3A)
         headers = [struct.unpack_from("<IIQQQQ", self.data, table + i * size) for i in range(count)]
+        if names >= count:
+            raise ValueError("section headers without names")
         for name, _, _, _, offset, length in headers:
             start = headers[names][4] + name
             if self.data[start:self.data.index(0, start)] == SLOT_SECTION:
                 # Sanitizers may append a zone of their own.
-                if length < SLOT_LENGTH or not any(a <= offset < a + n for a, n in self.segments()):
+                if length < SLOT_LENGTH or not any(a <= offset and offset + SLOT_LENGTH <= a + n
+                                                   for a, n in self.segments()):
                     raise ValueError(f"{SLOT_SECTION.decode()} is not where the digest can stand")
                 return offset
         raise ValueError(f"no section {SLOT_SECTION.decode()}")
@@ -87,5 +91,5 @@ def main(arguments):
 if __name__ == "__main__":
     try:
         main(sys.argv[1:])
-    except (OSError, ValueError, struct.error) as error:
+    except (OSError, ValueError, OverflowError, struct.error) as error:
         sys.exit(f"seal.py: {error}")

@@ -2,8 +2,8 @@
 // is shared by all threads, so it is changed under a lock; the lock names the process, so that one
 // held by another thread at a fork does not stop the child.
 #include "digest/sha.h"
+#include "foundation/fork_guard.h"
 #include "foundation/scope.h"
-#include "random/fork_guard.h"
 #include "random/seed_pool.h"
 #include "talvern/digest.h"
 #include "talvern/module.h"

@@ -4,9 +4,9 @@
 //
 // Callers rely on this: a draw that fails after taking the mutex keeps it, until the generator is
 // uninstantiated.
+#include "foundation/fork_guard.h"
 #include "foundation/scope.h"
 #include "random/drbg_state.h"
-#include "random/fork_guard.h"
 #include "talvern/digest.h"
 #include "talvern/module.h"
 

@@ -1,5 +1,6 @@
-// Integrity of the library's own file: HMAC-SHA-256 (FIPS 198-1) over what the loader maps read-only or
-// executable, compared with the digest that tools/seal.py wrote into the file after linking.
+// Integrity of the library's own file: HMAC-SHA-256 (FIPS 198-1) over all that the loader maps, compared with
+// the digest that tools/seal.py wrote into the file after linking. The writable segment counts as well: tables
+// that hold addresses, what the loader is told to do, and the first values of variables stand in it.
 //
 // The segments are those of the loaded image, so nothing is parsed that could be damaged; the program
 // headers of the file lie in the first segment and are digested with it. What stripping changes is digested
@@ -53,9 +54,7 @@ struct Image {
     u64 slot_offset; // in the file
 };
 
-bool is_covered(const ElfW(Phdr) & segment) {
-    return segment.p_type == PT_LOAD && (segment.p_flags & PF_W) == 0;
-}
+bool is_covered(const ElfW(Phdr) & segment) { return segment.p_type == PT_LOAD; }
 
 int find_slot(dl_phdr_info* info, std::size_t, void* argument) {
     const u64 address = reinterpret_cast<std::uintptr_t>(kSlot) - info->dlpi_addr;

@@ -37,7 +37,8 @@ def check_files():
     sections = run("readelf", "-SW", library)
     expect(".debug_info" not in sections, "the installed library still holds its debug information")
     expect(".gnu_debuglink" in sections, "the installed library does not name its debug file")
-    expect((library.parent / f"{REAL_NAME}.debug").exists(), "no debug file is installed")
+    expect(".debug_info" in run("readelf", "-SW", library.parent / f"{REAL_NAME}.debug"),
+           "the installed debug file holds no debug information")
     extra = {p.name for p in library.parent.iterdir() if p.is_file()} - {f"{REAL_NAME}.debug"}
     extra -= {REAL_NAME, "libTalvern.so", "libTalvern.so.5"}
     expect(not extra, f"more than the shared library is installed: {extra}")
@@ -74,6 +75,9 @@ def check_readme_example(libdir):
 
 shutil.rmtree(work, ignore_errors=True)
 work.mkdir(parents=True)
+run("cmake", "--install", build, "--prefix", stage, "--strip")
+check_files()
+shutil.rmtree(stage)
 run("cmake", "--install", build, "--prefix", stage)
 check_demo()
 check_readme_example(check_files())

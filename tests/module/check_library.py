@@ -78,6 +78,14 @@ def check_load_time_code():
     expect(not hooks, f"registers code for the exit of the process through {hooks}")
 
 
+def check_initial_state():
+    """No variable of ours has a first value in the file, where damage could weaken the module before it tests
+    itself. The compiler's own objects stay."""
+    section = re.search(r"\[ *(\d+)\] \.data ", sections)
+    values = {name for _, kind, at, name in symbols if kind == "OBJECT" and section and at == section[1]}
+    expect(values <= {"__dso_handle", "__TMC_END__"}, f"starts with values in the file: {values}")
+
+
 def check_environment():
     variables = imported & {"getenv", "secure_getenv", "environ", "__environ", "setenv", "putenv"}
     expect(not variables, f"uses the environment through {variables}")
@@ -89,6 +97,7 @@ def check_environment():
 check_dependencies()
 check_protection()
 check_load_time_code()
+check_initial_state()
 check_environment()
 if faults:
     sys.exit("\n".join(f"{library.name} {fault}" for fault in faults))

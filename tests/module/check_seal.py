@@ -18,6 +18,7 @@ from probe import Probe  # noqa: E402
 
 NOT_READ = 0x1A010050
 DIFFERS = 0x1A01000C
+PT_DYNAMIC = 2
 HEADERS = 640  # every byte of the ELF and program headers is flipped, and about so many of the rest
 FLIPS = 2000
 whole = library.read_bytes()
@@ -99,8 +100,57 @@ def check_seals():
         faults.append("sealing again gives another file")
 
 
+def patched(at, form, value):
+    data = bytearray(whole)
+    seal.struct.pack_into(form, data, at, value)
+    return data
+
+
+def check_refusals_to_seal():
+    """A file that cannot be what the linker wrote gets a message and no seal, not even a part of one."""
+    first_segment, section_table = 64, seal.struct.unpack_from("<Q", whole, 0x28)[0]
+    sections = [section_table + 64 * i for i in range(seal.struct.unpack_from("<H", whole, 0x3C)[0])]
+    slot_header = next(at for at in sections if seal.struct.unpack_from("<QQ", whole, at + 24) == (slot, 32))
+    for label, data in {
+            "empty": b"",
+            "32 bits": patched(4, "B", 1),
+            "big-endian": patched(5, "B", 2),
+            "ELF header alone": whole[:64],
+            "cut": whole[:-1 - len(whole) // 2],
+            "program headers of size 0": patched(0x36, "<H", 0),
+            "65535 program headers": patched(0x38, "<H", 0xFFFF),
+            "program headers far away": patched(0x20, "<Q", 2**64 - 1),
+            "no program headers": patched(0x38, "<H", 0),
+            "segment longer than the file": patched(first_segment + 32, "<Q", 2**63),
+            "segment behind the file": patched(first_segment + 8, "<Q", len(whole)),
+            "section headers far away": patched(0x28, "<Q", 2**64 - 64),
+            "no section headers": patched(0x3C, "<H", 0),
+            "no section names": patched(0x3E, "<H", 0xFFFF),
+            "section name far away": patched(slot_header, "<I", 2**32 - 1),
+            "slot in no segment": patched(slot_header + 24, "<Q", section_table),
+            "slot across the end of a segment":
+                patched(slot_header + 24, "<Q", max(start + length for start, length in loaded()) - 16),
+            "slot too short": patched(slot_header + 32, "<Q", 31),
+    }.items():
+        path = fresh("refused.so", data)
+        done = subprocess.run([sys.executable, source / "tools/seal.py", path],
+                              capture_output=True, text=True, check=False)
+        if done.returncode != 1 or not done.stderr.startswith("seal.py: "):
+            faults.append(f"{label}: sealing ends with {done.returncode} and says {done.stderr!r}")
+        if path.read_bytes() != bytes(data):
+            faults.append(f"{label}: changed by a refusal")
+
+
 def is_section_field(at):
     return any(start <= at < start + length for start, length in seal.SECTION_HEADER_FIELDS)
+
+
+def loaded(kind=seal.PT_LOAD):
+    """Offset and length in the file of all that the loader maps, writable or not."""
+    start, = seal.struct.unpack_from("<Q", whole, 0x20)
+    count, = seal.struct.unpack_from("<H", whole, 0x38)
+    headers = [seal.struct.unpack_from("<IIQQQQ", whole, start + 56 * i) for i in range(count)]
+    return [(header[2], header[5]) for header in headers if header[0] == kind]
 
 
 def check_damage():
@@ -112,10 +162,11 @@ def check_damage():
         path = fresh()  # the loaded file has no name any more
         expect(probe.status("vrq_Verify_DLL"), 0, "replaced by its like")
 
-        covered = [at for start, length in image.segments() for at in range(start, start + length)]
+        covered = [at for start, length in loaded() for at in range(start, start + length)]
         stride = len(covered) // FLIPS | 1  # odd, so that every position within a word is met
         chosen = [*covered[:HEADERS], *covered[HEADERS::stride]]
-        chosen += [*range(slot, slot + seal.SLOT_LENGTH), *(start + length - 1 for start, length in image.segments())]
+        chosen += [*range(slot, slot + seal.SLOT_LENGTH), *(start + length - 1 for start, length in loaded())]
+        chosen += [start + at for start, length in loaded(PT_DYNAMIC) for at in range(0, length, 8)]
         bits = random.Random(2)
         with path.open("r+b", buffering=0) as file:
             for at in chosen:
@@ -125,7 +176,7 @@ def check_damage():
                 os.pwrite(file.fileno(), whole[at:at + 1], at)
         expect(probe.status("vrq_Verify_DLL"), 0, "mended")
 
-        end = max(start + length for start, length in image.segments())
+        end = max(start + length for start, length in loaded())
         for size in (0, 1, 63, 64, 4096, slot, slot + 16, end - 1):
             expect(probe.status_after(lambda: fresh(data=whole[:size])), NOT_READ, f"cut to {size} bytes")
         expect(probe.status_after(lambda: fresh(data=whole[:end])), 0, "cut behind the segments")
@@ -148,6 +199,7 @@ work.mkdir(parents=True)
 check_tools()
 check_places()
 check_seals()
+check_refusals_to_seal()
 flipped = check_damage()
 if faults:
     sys.exit("\n".join(faults[:40]))

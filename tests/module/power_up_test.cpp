@@ -14,11 +14,14 @@
 #include <array>
 #include <cstdarg>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 uint32_t g_forks = 0;
+uint32_t (*g_before_fork)() = nullptr; // called once, before the next clone; its result is kept
+uint32_t g_kept = ~0U;
 
 constexpr uint32_t kTooLate = 0x0D0100F1; // VRQ_ERR_NOT_CHANGE_NONPROVEN
 
@@ -110,11 +113,35 @@ TEST(PowerUp, ForksTwiceInProvenModeOnly) {
     }
 }
 
+// A child forked in the middle of a run does not take the run over: its first service runs all tests, and
+// its mode is fixed afterwards.
+uint32_t first_call_of_a_child() {
+    const Results results = in_fresh_process([]() -> Results {
+        g_forks = 0;
+        const uint32_t status = VRQ_Crypto_Initialize();
+        return {status, g_forks, VRQ_Change_Non_Proven_Mode(), 0};
+    });
+    return results == Results{0, 2, kTooLate, 0} ? 0 : 1;
+}
+
+TEST(PowerUp, ForkDuringARunLeavesTheChildUntested) {
+    const Results results = in_fresh_process([]() -> Results {
+        g_before_fork = first_call_of_a_child;
+        const uint32_t status = VRQ_Crypto_Initialize();
+        return {status, g_kept, 0, 0};
+    });
+    EXPECT_EQ(0U, results[0]);
+    EXPECT_EQ(0U, results[1]);
+}
+
 } // namespace
 
 // In place of the platform's, to count clones.
 extern "C" long syscall(long number, ...) {
-    if (number == SYS_clone) ++g_forks;
+    if (number == SYS_clone) {
+        ++g_forks;
+        if (g_before_fork != nullptr) g_kept = std::exchange(g_before_fork, nullptr)();
+    }
     static const auto real = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
     va_list list;
     va_start(list, number);

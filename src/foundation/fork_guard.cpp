@@ -1,6 +1,6 @@
 // The mark of a process stands on a page that the kernel empties in forked children
 // (MADV_WIPEONFORK, Linux 4.14); where that is not to be had the process id serves.
-#include "random/fork_guard.h"
+#include "foundation/fork_guard.h"
 
 #include <atomic>
 
