@@ -40,19 +40,6 @@ void forget(const VRQ_RSA_UNIT& unit) {
     wipe_stack();
 }
 
-u32 bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
-    const u32 failure = fail(VRQ_F_INIT_RSAES, VRQ_ERR_SUB_OPERATION_FAILURE);
-    const bool is_new = unit.digest == nullptr;
-    if (is_new) unit.digest = VRQ_New_DIGEST_Unit();
-    if (unit.digest == nullptr) return failure;
-    if (VRQ_Init_DIGEST(unit.digest, digest) == 0) return 0;
-    if (is_new) {
-        VRQ_Free_DIGEST_Unit(unit.digest);
-        unit.digest = nullptr;
-    }
-    return failure;
-}
-
 // The encoded message in k bytes.
 u32 encode(const VRQ_RSA_UNIT& unit, u8* em, const u8* in, i32 in_length) {
     constexpr u32 kFunction = VRQ_F_ENCRYPT_RSAES;
@@ -172,13 +159,8 @@ u32 VRQ_Init_RSAES(VRQ_RSA_UNIT* unit, u32 mode, u32 direction, u32 digest) {
     if (is_refused(encoding_mode(mode))) return fail(kFunction, VRQ_ERR_NOT_PROVEN_ALGORITHM);
 
     if (digest == 0) digest = VRQ_ID_SHA1;
-    if (const u32 s = bind_digest(*unit, digest); s != 0) return s;
-    if (unit->pool == nullptr) unit->pool = VRQ_New_BIGINT_Pool();
-    if (unit->pool == nullptr) return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
-
-    unit->mode = mode;
-    if (VRQ_Get_DIGEST_Length(mode & rsa::kDigestMask) == 0) unit->mode ^= digest;
-    unit->direction = direction;
+    if (!rsa::bind_digest(*unit, digest) || !rsa::bind_operation(*unit, mode, direction, digest))
+        return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     return 0;
 }
 
