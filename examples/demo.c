@@ -1,7 +1,6 @@
-/* What the module does, shown on a file: digests and a MAC of the file, its encryption and decryption, all
- * read in pieces, an RSA key that signs it and wraps a key, in proven mode, and the refusal of algorithms that
- * are not approved. Exits with 0 only if
- * every step succeeded. */
+/* What the module does, shown on a file in proven mode: digests and a MAC of the file, its encryption
+ * and decryption, all read in pieces, an RSA key that signs it and wraps a key, and the refusal of
+ * algorithms that are not approved. Exits with 0 only if every step succeeded. */
 #define _POSIX_C_SOURCE 199309L
 
 #include <talvern.h>
@@ -124,8 +123,8 @@ struct round_trip {
     long bytes;
 };
 
-/* Decrypts a piece of ciphertext, or the end of the message when it is null, and compares what comes out
- * with the file. Returns a status, or 1 when the bytes differ. */
+/* Decrypts a piece of ciphertext, or the end of the message when it is null, and compares what comes
+ * out with the file. Returns a status, or 1 when the bytes differ. */
 static uint32_t decrypt_and_compare(struct round_trip* trip, const uint8_t* ciphertext,
                                     uint32_t length) {
     static uint8_t plaintext[PIECE + 2 * BLOCK];
@@ -230,7 +229,8 @@ static uint32_t generate_key(VRQ_RSA_UNIT* key) {
     return status;
 }
 
-/* Signs the file or verifies its signature, reading it in pieces; with flip one byte of it is changed. */
+/* Signs the file or verifies its signature, reading it in pieces; with flip one bit of it is changed,
+ * of an empty file its length. */
 static uint32_t sign_file(VRQ_RSA_UNIT* key, uint32_t direction, int flip, FILE* file,
                           uint8_t* signature, uint32_t* length) {
     static uint8_t piece[PIECE];
@@ -268,7 +268,7 @@ static int show_signature(VRQ_RSA_UNIT* key, FILE* file) {
         printf("  a changed file was verified\n");
         return 1;
     }
-    failed("one byte of the file flipped", status);
+    failed("one bit of the file flipped", status);
     signature[length / 2] ^= 1;
     status = sign_file(key, VRQ_RSA_PUBLIC, 0, file, signature, &length);
     if (status == 0) {

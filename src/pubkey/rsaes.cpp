@@ -1,7 +1,8 @@
-// RSA encryption and decryption: RSAES-OAEP, RSAES-PKCS1-v1_5 (RFC 8017, section 7) and the raw primitive.
+// RSA encryption and decryption: RSAES-OAEP, RSAES-PKCS1-v1_5 (RFC 8017, section 7) and the raw
+// primitive.
 //
-// Blocks are kept in k bytes with their leading zero byte, and decoded in a time that does not tell a bad
-// padding from another one.
+// Blocks are kept in k bytes with their leading zero byte, and decoded in a time that does not tell
+// a bad padding from another one.
 #include "bigint/scope.h"
 #include "foundation/scope.h"
 #include "pubkey/rsa_encoding.h"

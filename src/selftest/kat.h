@@ -1,5 +1,5 @@
-// Known answers of the power-up tests. Their bytes lie inside the rows, without pointers, so that the
-// tables need no relocation and stand in the read-only part of the file that its digest covers.
+// Known answers of the power-up tests. Their bytes lie inside the rows, without pointers, so that
+// the tables need no relocation and stand in the read-only part of the file that its digest covers.
 #pragma once
 
 #include "foundation/status.h"
