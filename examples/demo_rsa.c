@@ -17,7 +17,7 @@ static uint32_t generate_key(VRQ_RSA_UNIT* key) {
     return status;
 }
 
-/* Signs the file or verifies its signature, reading it in pieces; with flip one byte of it is
+/* Signs the file or verifies its signature, reading it in pieces; with flip one bit of it is
  * changed. */
 static uint32_t sign_file(VRQ_RSA_UNIT* key, uint32_t direction, int flip, FILE* file,
                           uint8_t* signature, uint32_t* length) {
@@ -56,7 +56,7 @@ static int show_signature(VRQ_RSA_UNIT* key, FILE* file) {
         printf("  a changed file was verified\n");
         return 1;
     }
-    failed("one byte of the file flipped", status);
+    failed("one bit of the file flipped", status);
     signature[length / 2] ^= 1;
     status = sign_file(key, VRQ_RSA_PUBLIC, 0, file, signature, &length);
     if (status == 0) {

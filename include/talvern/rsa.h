@@ -88,7 +88,7 @@ VRQ_API VRQ_RSA_UNIT* VRQ_Dup_RSA(const VRQ_RSA_UNIT* unit);
  * required, all others may be null; p, q, dP, dQ and qInv count only when all five are given. A
  * key with private parts gets its blinding pair, which needs e.
  *
- * Callers rely on what becomes of key_flags: the parts given set their bits; all five primes' parts
+ * Callers rely on what becomes of key_flags: the parts given set their bits; p, q, dP, dQ and qInv
  * set the word to 8 first. A bit left by an earlier key goes only when it is the single one in the
  * word while its part is missing. So a public key loaded over a private one keeps the private
  * bits: use a new unit for another kind of key.
@@ -334,7 +334,8 @@ VRQ_API uint32_t VRQ_Check_RSASSA_PKCS1_PSS_Encode(const VRQ_RSA_UNIT* unit, con
 
 /* MGF1 (RFC 8017, B.2.1); an unknown digest means SHA-1.
  * Returns 0, also for an out_length of 0 or less; the status of the digest function that failed, or
- * VRQ_F_PKCS1_MGF1 with VRQ_ERR_MALLOC, VRQ_ERR_NULL_INPUT, VRQ_ERR_INVALID_INPUT (seed_length < 0).
+ * VRQ_F_PKCS1_MGF1 with VRQ_ERR_MALLOC, VRQ_ERR_NULL_INPUT, VRQ_ERR_INVALID_INPUT (negative
+ * seed_length).
  * <openssl/rsa.h> declares another function of this name: include it in another source file. */
 VRQ_API uint32_t PKCS1_MGF1(uint8_t* out, int32_t out_length, const uint8_t* seed,
                             int32_t seed_length, uint32_t digest);

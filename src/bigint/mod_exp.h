@@ -48,7 +48,8 @@ std::size_t mod_exp_any_scratch(const ModExp& job);
 void mod_exp_any(const ModExp& job, Limb* scratch);
 
 // r = a^e mod m for odd m and a public exponent: VRQ_Mod_Exp_Mont_BIGINT, statuses and all, in a
-// time that depends on e and m. e = 65537 takes 17 Montgomery products between the conversions.
+// time that depends on e, m and the word count of a. e = 65537 takes 17 Montgomery products between
+// the conversions.
 [[nodiscard]] u32 mod_exp_mont_var(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* e,
                                    const VRQ_BIGINT* m, VRQ_BIGINT_POOL* pool);
 

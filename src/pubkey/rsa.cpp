@@ -5,7 +5,9 @@
 #include "foundation/scope.h"
 #include "foundation/status.h"
 #include "foundation/unit.h"
+#include "pubkey/rsa_encoding.h"
 #include "pubkey/rsa_key.h"
+#include "pubkey/signature.h"
 #include "talvern/module.h"
 
 #include <cstddef>
@@ -29,21 +31,6 @@ namespace {
 constexpr u32 fail(u32 function, u32 reason) { return make_status(VRQ_L_RSA, function, reason); }
 
 using OwnedUnit = Owned<VRQ_RSA_UNIT, VRQ_Free_RSA>;
-
-void drop(VRQ_BIGINT*& a) {
-    if (a != nullptr) VRQ_Free_BIGINT(a);
-    a = nullptr;
-}
-
-void drop(VRQ_DIGEST_UNIT*& digest) {
-    VRQ_Free_DIGEST_Unit(digest);
-    digest = nullptr;
-}
-
-void drop(VRQ_BIGINT_POOL*& pool) {
-    if (pool != nullptr) VRQ_Free_BIGINT_Pool(pool);
-    pool = nullptr;
-}
 
 using KeyField = VRQ_BIGINT* VRQ_RSA_UNIT::*;
 
@@ -217,6 +204,24 @@ u32 vrq_Set_RSASSA_PKCS1_PSS_SALT_Length(VRQ_RSA_UNIT* unit, i32 length) {
 bool vrq::rsa::is_modulus_refused(const VRQ_RSA_UNIT& unit) {
     return unit.n != nullptr && VRQ_Is_Proven() == 1 &&
            VRQ_Get_BIGINT_Bits_Length(unit.n) < kApprovedBits;
+}
+
+bool vrq::rsa::bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
+    const bool is_new = unit.digest == nullptr;
+    if (is_new) unit.digest = VRQ_New_DIGEST_Unit();
+    if (unit.digest == nullptr) return false;
+    if (VRQ_Init_DIGEST(unit.digest, digest) == 0) return true;
+    if (is_new) drop(unit.digest);
+    return false;
+}
+
+bool vrq::rsa::bind_operation(VRQ_RSA_UNIT& unit, u32 mode, u32 direction, u32 digest) {
+    if (unit.pool == nullptr) unit.pool = VRQ_New_BIGINT_Pool();
+    if (unit.pool == nullptr) return false;
+    unit.mode = mode;
+    if (VRQ_Get_DIGEST_Length(mode & kDigestMask) == 0) unit.mode ^= digest;
+    unit.direction = direction;
+    return true;
 }
 
 void vrq::rsa::wipe_idle_words(const VRQ_BIGINT_POOL* pool) {

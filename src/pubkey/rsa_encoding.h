@@ -1,5 +1,5 @@
-// The encoding schemes of PKCS #1 v2.2 (RFC 8017) inside the library: what the exported encoders and the
-// operations share. k is the byte length of the modulus.
+// The encoding schemes of PKCS #1 v2.2 (RFC 8017) inside the library: what the exported encoders
+// and the operations share. k is the byte length of the modulus.
 #pragma once
 
 #include "bigint/record.h"
@@ -55,8 +55,8 @@ struct OaepLabel {
     std::size_t length;
 };
 
-// Where the message begins in an unmasked or decrypted block. No branch and no address depends on the
-// block.
+// Where the message begins in an unmasked or decrypted block. No branch and no address depends on
+// the block.
 struct Unpadded {
     u32 refuse; // all ones when the block is malformed, else zero
     u32 start;  // of the message; within the block or at its end
@@ -69,9 +69,9 @@ Unpadded unpad_oaep(const u8* db, std::size_t length, const u8* label_hash,
 // block: from the block type on.
 Unpadded unpad_pkcs1(const u8* block, std::size_t length);
 
-// Both decoders return the message length, 0 when the block is malformed or the message is longer than
-// the capacity. They take the same time for every malformed block of a length; refuse is all ones when
-// the caller found the block malformed already.
+// Both decoders return the message length, 0 when the block is malformed or the message is longer
+// than the capacity. They take the same time for every malformed block of a length; refuse is all
+// ones when the caller found the block malformed already.
 
 // body: maskedSeed and maskedDB, k - 1 bytes; unmasked in place.
 [[nodiscard]] i32 decode_oaep(const VRQ_RSA_UNIT& unit, u8* body, std::size_t body_length, u8* out,

@@ -6,6 +6,7 @@
 #include "foundation/scope.h"
 #include "foundation/status.h"
 #include "pubkey/rsa_key.h"
+#include "pubkey/signature.h"
 #include "talvern/digest.h"
 #include "talvern/module.h"
 #include "talvern/prime.h"
@@ -74,8 +75,7 @@ constexpr Outcome ends_if(u32 status) { return {status != 0, status}; }
     VRQ_BIGINT** const fields[] = {&unit.e,  &unit.d, &unit.n,  &unit.p,
                                    &unit.dP, &unit.q, &unit.dQ, &unit.qInv};
     for (VRQ_BIGINT** const field : fields) {
-        if (*field == nullptr) *field = VRQ_New_BIGINT();
-        if (*field == nullptr) return false;
+        if (!make(*field)) return false;
     }
     return true;
 }

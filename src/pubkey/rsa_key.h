@@ -19,6 +19,13 @@ constexpr u32 kApprovedBits = 2041;
 // Proven mode refuses the loaded modulus. A unit without one is not refused.
 bool is_modulus_refused(const VRQ_RSA_UNIT& unit);
 
+// Binds the digest unit, which is made when absent. A new one that refuses the digest is not kept.
+[[nodiscard]] bool bind_digest(VRQ_RSA_UNIT& unit, u32 digest);
+
+// Binds mode word and direction; a mode word that names no digest is completed with this one. False
+// when the pool is absent and cannot be made.
+[[nodiscard]] bool bind_operation(VRQ_RSA_UNIT& unit, u32 mode, u32 direction, u32 digest);
+
 // The unit holds what verify_RSA_KEY needs.
 inline bool can_check(const VRQ_RSA_UNIT& unit) {
     return unit.p != nullptr && unit.q != nullptr && unit.n != nullptr && unit.e != nullptr &&
@@ -39,11 +46,11 @@ void drop_blinding(VRQ_RSA_UNIT& unit);
 [[nodiscard]] u32 raise_private(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* c);
 [[nodiscard]] u32 unblind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* m);
 
-// r = a^e mod n; in a time that depends on e and n, and on a. r may be a.
+// r = a^e mod n; in a time that depends on e and n, and on the word count of a. r may be a.
 [[nodiscard]] u32 raise_public(VRQ_RSA_UNIT& unit, VRQ_BIGINT* r, const VRQ_BIGINT* a);
 
-// The pool outlives the key and its messages: wipes what past operations left in records that are not handed
-// out. Null is allowed.
+// The pool outlives the key and its messages: wipes what past operations left in records that are
+// not handed out. Null is allowed.
 void wipe_idle_words(const VRQ_BIGINT_POOL* pool);
 
 } // namespace vrq::rsa

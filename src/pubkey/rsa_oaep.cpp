@@ -1,5 +1,6 @@
-// EME-OAEP (RFC 8017, section 7.1) in two layouts: maskedSeed || maskedDB in k - 1 bytes, or the same
-// behind a zero byte. The label is hashed by the digest unit, MGF1 takes the digest of the mode word.
+// EME-OAEP (RFC 8017, section 7.1) in two layouts: maskedSeed || maskedDB in k - 1 bytes, or the
+// same behind a zero byte. The label is hashed by the digest unit, MGF1 takes the digest of the
+// mode word.
 #include "foundation/scope.h"
 #include "pubkey/rsa_encoding.h"
 #include "talvern/digest.h"

@@ -151,8 +151,8 @@ u32 VRQ_Check_EMSA_PKCS1_v1_5_Encode(const u8* block, i32 block_length, i32 em_l
     if (VRQ_Add_EMSA_PKCS1_v1_5_Encode(expected.data(), em_length, hash, hash_length, digest) != 0)
         return fail(VRQ_ERR_ENCODING_FAILURE);
 
-    // A shorter block is a value with leading zeros, and differs in its first byte; comparing only the
-    // bytes given would let the value 1 pass for every hash.
+    // A shorter block is a value with leading zeros, and differs in its first byte; comparing only
+    // the bytes given would let the value 1 pass for every hash.
     if (block_length != em_length - 1) return fail(VRQ_ERR_COMPARE_FAIL);
     if (!ct::equal(block, expected.data() + 1, static_cast<std::size_t>(block_length)))
         return fail(VRQ_ERR_COMPARE_FAIL);

@@ -1,14 +1,13 @@
-// The RSA private operation: key check, blinding, Chinese remainder theorem.
+// The RSA private operation: key check, blinding, Chinese remainder theorem. Its temporaries are
+// records of their own, wiped at once: words in the pool would stay until the next operation.
 #include "bigint/mod_exp.h"
 #include "bigint/record.h"
 #include "bigint/scope.h"
-#include "foundation/scope.h"
 #include "foundation/status.h"
 #include "pubkey/rsa_key.h"
+#include "pubkey/signature.h"
 #include "talvern/random.h"
 #include "talvern/rsa.h"
-
-#include <cstddef>
 
 using namespace vrq;
 
@@ -20,30 +19,13 @@ constexpr u32 kMissing = 1;
 // Draws that may fall below the lower bound before the bound is built into the draw.
 constexpr int kPlainDraws = 64;
 
-// Big integers of one call, wiped and released with it; no pool keeps their words.
-template <std::size_t N>
-class Temporaries {
-  public:
-    Temporaries() = default;
-    ~Temporaries() {
-        for (VRQ_BIGINT& record : records_) VRQ_Clear_BIGINT(&record);
-    }
-    Temporaries(const Temporaries&) = delete;
-    Temporaries& operator=(const Temporaries&) = delete;
-
-    VRQ_BIGINT* operator[](std::size_t i) { return &records_[i]; }
-
-  private:
-    VRQ_BIGINT records_[N] = {};
-};
-
-// e * d = 1 modulo factor - 1. The product less one is given.
-bool is_multiple_of_less_one(const VRQ_BIGINT* product, const VRQ_BIGINT* factor,
-                             VRQ_BIGINT_POOL* pool) {
-    Temporaries<2> temporaries;
-    VRQ_BIGINT* const less_one = temporaries[0];
-    VRQ_BIGINT* const rest = temporaries[1];
-    return VRQ_Copy_BIGINT(less_one, factor) == 0 && VRQ_Sub_BIGINT_Word(less_one, 1) == 0 &&
+// The product is 1 modulo prime - 1.
+bool is_one_modulo_less_one(const VRQ_BIGINT* product, const VRQ_BIGINT* prime,
+                            VRQ_BIGINT_POOL* pool) {
+    Scratch<2> temporaries(nullptr);
+    VRQ_BIGINT* const less_one = temporaries.take();
+    VRQ_BIGINT* const rest = temporaries.take();
+    return VRQ_Copy_BIGINT(less_one, prime) == 0 && VRQ_Sub_BIGINT_Word(less_one, 1) == 0 &&
            !is_zero(*less_one) &&
            VRQ_Mod_Sub_BIGINT(rest, product, VRQ_Value_One_BIGINT(), less_one, pool) == 0 &&
            is_zero(*rest);
@@ -59,9 +41,9 @@ u32 multiply_and_add(VRQ_BIGINT* r, const VRQ_BIGINT* a, const VRQ_BIGINT* b, co
 
 // r = lowest + x for a random x that is at most 2^bits - 1 - lowest.
 u32 draw_above(VRQ_BIGINT* r, const VRQ_BIGINT* lowest, u32 bits) {
-    Temporaries<2> temporaries;
-    VRQ_BIGINT* const span = temporaries[0];
-    VRQ_BIGINT* const x = temporaries[1];
+    Scratch<2> temporaries(nullptr);
+    VRQ_BIGINT* const span = temporaries.take();
+    VRQ_BIGINT* const x = temporaries.take();
     if (const u32 s = VRQ_Set_BIGINT_Bit(span, static_cast<i32>(bits)); s != 0) return s;
     if (const u32 s = VRQ_Sub_BIGINT(span, span, lowest, nullptr); s != 0) return s;
     if (const u32 s = VRQ_Sub_BIGINT_Word(span, 1); s != 0) return s;
@@ -86,9 +68,9 @@ u32 draw_factor(VRQ_BIGINT* r, const VRQ_BIGINT* lowest) {
 }
 
 u32 make_pair(VRQ_RSA_UNIT& unit) {
-    Temporaries<2> temporaries;
-    VRQ_BIGINT* const less_one = temporaries[0];
-    VRQ_BIGINT* const r = temporaries[1];
+    Scratch<2> temporaries(nullptr);
+    VRQ_BIGINT* const less_one = temporaries.take();
+    VRQ_BIGINT* const r = temporaries.take();
     if (const u32 s = VRQ_Copy_BIGINT(less_one, unit.n); s != 0) return s;
     if (const u32 s = VRQ_Sub_BIGINT_Word(less_one, 1); s != 0) return s;
     if (const u32 s = draw_factor(r, less_one); s != 0) return s;
@@ -120,11 +102,11 @@ u32 verify_RSA_KEY(const VRQ_RSA_UNIT* unit) {
         return kFailed;
     if (VRQ_Get_BIGINT_Word(unit->p) == 2 && VRQ_Get_BIGINT_Word(unit->q) == 2) return kFailed;
 
-    Temporaries<1> temporaries;
-    VRQ_BIGINT* const product = temporaries[0];
+    Scratch<1> temporaries(nullptr);
+    VRQ_BIGINT* const product = temporaries.take();
     if (VRQ_Mtp_BIGINT(product, unit->e, unit->d, unit->pool) != 0) return kFailed;
-    return is_multiple_of_less_one(product, unit->p, unit->pool) &&
-                   is_multiple_of_less_one(product, unit->q, unit->pool)
+    return is_one_modulo_less_one(product, unit->p, unit->pool) &&
+                   is_one_modulo_less_one(product, unit->q, unit->pool)
                ? kPassed
                : kFailed;
 }
@@ -133,11 +115,11 @@ u32 crt_RSA(VRQ_RSA_UNIT* unit, VRQ_BIGINT* out, const VRQ_BIGINT* in) {
     if (unit == nullptr || out == nullptr || in == nullptr || !has_crt(*unit)) return kMissing;
 
     VRQ_BIGINT_POOL* const pool = unit->pool;
-    Temporaries<4> temporaries;
-    VRQ_BIGINT* const m1 = temporaries[0];
-    VRQ_BIGINT* const m2 = temporaries[1];
-    VRQ_BIGINT* const h = temporaries[2];
-    VRQ_BIGINT* const sum = temporaries[3];
+    Scratch<4> temporaries(nullptr);
+    VRQ_BIGINT* const m1 = temporaries.take();
+    VRQ_BIGINT* const m2 = temporaries.take();
+    VRQ_BIGINT* const h = temporaries.take();
+    VRQ_BIGINT* const sum = temporaries.take();
     if (const u32 s = VRQ_Mod_Exp_Mont_BIGINT(m1, in, unit->dP, unit->p, pool); s != 0) return s;
     if (const u32 s = VRQ_Mod_Exp_Mont_BIGINT(m2, in, unit->dQ, unit->q, pool); s != 0) return s;
     if (const u32 s = VRQ_Mod_Sub_BIGINT(h, m1, m2, unit->p, pool); s != 0) return s;
@@ -150,19 +132,15 @@ u32 generate_RSA_BLINDING(VRQ_RSA_UNIT* unit) {
     if (unit == nullptr || unit->n == nullptr || unit->e == nullptr || unit->pool == nullptr ||
         VRQ_Get_BIGINT_Word(unit->n) == 1 || !frame_available(unit->pool))
         return kMissing;
-    if (unit->blind_A == nullptr) unit->blind_A = VRQ_New_BIGINT();
-    if (unit->blind_Ai == nullptr) unit->blind_Ai = VRQ_New_BIGINT();
     u32 status = kMissing;
-    if (unit->blind_A != nullptr && unit->blind_Ai != nullptr) status = make_pair(*unit);
+    if (make(unit->blind_A) && make(unit->blind_Ai)) status = make_pair(*unit);
     if (status != 0) rsa::drop_blinding(*unit);
     return status;
 }
 
 void vrq::rsa::drop_blinding(VRQ_RSA_UNIT& unit) {
-    for (VRQ_BIGINT** factor : {&unit.blind_A, &unit.blind_Ai}) {
-        if (*factor != nullptr) VRQ_Free_BIGINT(*factor);
-        *factor = nullptr;
-    }
+    drop(unit.blind_A);
+    drop(unit.blind_Ai);
 }
 
 u32 vrq::rsa::blind(VRQ_RSA_UNIT& unit, VRQ_BIGINT* c) {

@@ -1,5 +1,5 @@
-// EMSA-PSS (RFC 8017, section 9.1). The hash is that of the digest unit given, MGF1 takes the digest of
-// the mode word.
+// EMSA-PSS (RFC 8017, section 9.1). The hash is that of the digest unit given, MGF1 takes the
+// digest of the mode word.
 #include "foundation/scope.h"
 #include "pubkey/rsa_encoding.h"
 #include "talvern/digest.h"

@@ -1,7 +1,8 @@
-// RSA encryption and decryption: RSAES-OAEP, RSAES-PKCS1-v1_5 (RFC 8017, section 7) and the raw primitive.
+// RSA encryption and decryption: RSAES-OAEP, RSAES-PKCS1-v1_5 (RFC 8017, section 7) and the raw
+// primitive.
 //
-// Blocks are kept in k bytes with their leading zero byte, and decoded in a time that does not tell a bad
-// padding from another one.
+// Blocks are kept in k bytes with their leading zero byte, and decoded in a time that does not tell
+// a bad padding from another one.
 #include "bigint/scope.h"
 #include "foundation/scope.h"
 #include "pubkey/rsa_encoding.h"
@@ -38,19 +39,6 @@ std::size_t block_size(const VRQ_RSA_UNIT& unit) {
 void forget(const VRQ_RSA_UNIT& unit) {
     rsa::wipe_idle_words(unit.pool);
     wipe_stack();
-}
-
-u32 bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
-    const u32 failure = fail(VRQ_F_INIT_RSAES, VRQ_ERR_SUB_OPERATION_FAILURE);
-    const bool is_new = unit.digest == nullptr;
-    if (is_new) unit.digest = VRQ_New_DIGEST_Unit();
-    if (unit.digest == nullptr) return failure;
-    if (VRQ_Init_DIGEST(unit.digest, digest) == 0) return 0;
-    if (is_new) {
-        VRQ_Free_DIGEST_Unit(unit.digest);
-        unit.digest = nullptr;
-    }
-    return failure;
 }
 
 // The encoded message in k bytes.
@@ -172,13 +160,8 @@ u32 VRQ_Init_RSAES(VRQ_RSA_UNIT* unit, u32 mode, u32 direction, u32 digest) {
     if (is_refused(encoding_mode(mode))) return fail(kFunction, VRQ_ERR_NOT_PROVEN_ALGORITHM);
 
     if (digest == 0) digest = VRQ_ID_SHA1;
-    if (const u32 s = bind_digest(*unit, digest); s != 0) return s;
-    if (unit->pool == nullptr) unit->pool = VRQ_New_BIGINT_Pool();
-    if (unit->pool == nullptr) return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
-
-    unit->mode = mode;
-    if (VRQ_Get_DIGEST_Length(mode & rsa::kDigestMask) == 0) unit->mode ^= digest;
-    unit->direction = direction;
+    if (!rsa::bind_digest(*unit, digest) || !rsa::bind_operation(*unit, mode, direction, digest))
+        return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     return 0;
 }
 

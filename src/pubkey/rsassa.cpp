@@ -31,19 +31,6 @@ bool is_digest_refused(u32 digest) {
     return VRQ_Is_Proven() == 1 && digest != VRQ_ID_SHA224 && digest != VRQ_ID_SHA256;
 }
 
-u32 bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
-    if (unit.digest != nullptr) {
-        return VRQ_Init_DIGEST(unit.digest, digest) == 0
-                   ? 0
-                   : fail(VRQ_F_INIT_RSASSA, VRQ_ERR_INIT_FAILURE);
-    }
-    unit.digest = VRQ_New_DIGEST_Unit();
-    if (unit.digest != nullptr && VRQ_Init_DIGEST(unit.digest, digest) == 0) return 0;
-    VRQ_Free_DIGEST_Unit(unit.digest);
-    unit.digest = nullptr;
-    return fail(VRQ_F_INIT_RSASSA, VRQ_ERR_SUB_OPERATION_FAILURE);
-}
-
 // The digest of the message fed.
 class MessageHash {
   public:
@@ -174,13 +161,11 @@ u32 VRQ_Init_RSASSA(VRQ_RSA_UNIT* unit, u32 digest, u32 mode, u32 direction) {
         return fail(kFunction, VRQ_ERR_NOT_PROVEN_ALGORITHM);
     if (rsa::is_modulus_refused(*unit)) return fail(kFunction, VRQ_ERR_NOT_SUPPORTED);
 
-    if (const u32 s = bind_digest(*unit, digest & kUnitDigestMask); s != 0) return s;
-    if (unit->pool == nullptr) unit->pool = VRQ_New_BIGINT_Pool();
-    if (unit->pool == nullptr) return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
-
-    unit->mode = mode;
-    if (VRQ_Get_DIGEST_Length(mode & rsa::kDigestMask) == 0) unit->mode ^= digest;
-    unit->direction = direction;
+    const bool is_new = unit->digest == nullptr;
+    if (!rsa::bind_digest(*unit, digest & kUnitDigestMask))
+        return fail(kFunction, is_new ? VRQ_ERR_SUB_OPERATION_FAILURE : VRQ_ERR_INIT_FAILURE);
+    if (!rsa::bind_operation(*unit, mode, direction, digest))
+        return fail(kFunction, VRQ_ERR_SUB_OPERATION_FAILURE);
     return 0;
 }
 

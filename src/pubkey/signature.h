@@ -1,4 +1,4 @@
-// What the schemes over finite fields and curves share: members of units, numbers in fixed lengths.
+// What the public-key schemes share: members of units, numbers in fixed lengths.
 #pragma once
 
 #include "bigint/record.h"

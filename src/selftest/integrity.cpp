@@ -1,10 +1,12 @@
-// Integrity of the library's own file: HMAC-SHA-256 (FIPS 198-1) over all that the loader maps, compared with
-// the digest that tools/seal.py wrote into the file after linking. The writable segment counts as well: tables
-// that hold addresses, what the loader is told to do, and the first values of variables stand in it.
+// Integrity of the library's own file: HMAC-SHA-256 (FIPS 198-1) over all that the loader maps,
+// compared with the digest that tools/seal.py wrote into the file after linking. The writable
+// segment counts as well: tables that hold addresses, what the loader is told to do, and the first
+// values of variables stand in it.
 //
-// The segments are those of the loaded image, so nothing is parsed that could be damaged; the program
-// headers of the file lie in the first segment and are digested with it. What stripping changes is digested
-// as zeros: the section-header fields of the ELF header; the slot of the digest itself is as well.
+// The segments are those of the loaded image, so nothing is parsed that could be damaged; the
+// program headers of the file lie in the first segment and are digested with it. Digested as
+// zeros are the section-header fields of the ELF header, which stripping changes, and the slot of
+// the digest itself.
 #include "foundation/scope.h"
 #include "random/system_file.h"
 #include "talvern/digest.h"
@@ -45,8 +47,8 @@ struct Range {
     u64 length;
 };
 
-// The image that holds the slot, as the loader keeps it: the library, or a program that is linked with the
-// objects of the library.
+// The image that holds the slot, as the loader keeps it: the library, or a program that is linked
+// with the objects of the library.
 struct Image {
     const ElfW(Phdr) * segments;
     std::size_t num_segments;
@@ -79,8 +81,8 @@ class File {
 
     bool open_path(const char* path) {
         close_now();
-        descriptor_ = open(path, O_RDONLY | O_CLOEXEC |
-                                     O_NONBLOCK); // a pipe in its place must not hold us up
+        // O_NONBLOCK: a pipe in its place must not hold us up
+        descriptor_ = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         return descriptor_ >= 0;
     }
 
@@ -106,8 +108,8 @@ class File {
     int descriptor_ = -1;
 };
 
-// Opens what the kernel has mapped at the slot. Its path is absolute and follows a renamed file; one that was
-// removed has none.
+// Opens what the kernel has mapped at the slot. Its path is absolute and follows a renamed file;
+// one that was removed has none.
 bool open_mapped(File& file) {
     const auto address = reinterpret_cast<std::uintptr_t>(kSlot);
     char line[PATH_MAX + 128];

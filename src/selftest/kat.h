@@ -1,5 +1,5 @@
-// Known answers of the power-up tests. Their bytes lie inside the rows, without pointers, so that the
-// tables need no relocation and stand in memory that is never writable.
+// Known answers of the power-up tests. Their bytes lie inside the rows, without pointers, so that
+// the tables need no relocation and stand in memory that is never writable.
 #pragma once
 
 #include "foundation/status.h"

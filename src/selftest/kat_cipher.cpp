@@ -1,5 +1,5 @@
-// Power-up tests of SEED (RFC 4269) and ARIA (RFC 5794) in ECB, CBC, CFB128 and OFB, one block in each
-// direction.
+// Power-up tests of SEED (RFC 4269) and ARIA (RFC 5794) in ECB, CBC, CFB128 and OFB, one block in
+// each direction.
 #include "foundation/scope.h"
 #include "selftest/kat.h"
 #include "talvern/cipher.h"

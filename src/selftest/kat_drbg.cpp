@@ -1,4 +1,5 @@
-// Power-up test of Hash_DRBG (NIST SP 800-90A) with prediction resistance, over the four approved hashes.
+// Power-up test of Hash_DRBG (NIST SP 800-90A) with prediction resistance, over the four approved
+// hashes.
 #include "foundation/scope.h"
 #include "selftest/kat.h"
 #include "talvern/digest.h"

@@ -1,7 +1,7 @@
-// Power-up test of KCDSA (TTAK.KO-12.0001): the public key follows from the private one, and the stored
-// signature verifies, for q of 224 and of 256 bits.
+// Power-up test of KCDSA (TTAK.KO-12.0001): the public key follows from the private one, and the
+// stored signature verifies, for q of 224 and of 256 bits.
 #include "foundation/scope.h"
-#include "selftest/kat.h"
+#include "selftest/kat_integer.h"
 #include "talvern/bigint.h"
 #include "talvern/digest.h"
 #include "talvern/kcdsa.h"
@@ -33,20 +33,13 @@ constexpr KcdsaVector kKcdsaVectors[] = {
 #include "selftest/vectors/kcdsa.inc"
 };
 
-using Integer = Owned<VRQ_BIGINT, VRQ_Free_BIGINT>;
-
-template <std::size_t N>
-Integer integer(const kat::Hex<N>& bytes) {
-    return Integer(VRQ_Binary_To_BIGINT(bytes.data, bytes.signed_length(), nullptr));
-}
-
 // Given x alone, the unit makes y.
 bool load(VRQ_KCDSA_UNIT* unit, const KcdsaVector& row) {
-    const Integer p = integer(row.p);
-    const Integer q = integer(row.q);
-    const Integer g = integer(row.g);
-    const Integer x = integer(row.x);
-    const Integer y = integer(row.y);
+    const kat::Integer p = kat::integer(row.p);
+    const kat::Integer q = kat::integer(row.q);
+    const kat::Integer g = kat::integer(row.g);
+    const kat::Integer x = kat::integer(row.x);
+    const kat::Integer y = kat::integer(row.y);
     return p && q && g && x && y &&
            VRQ_Set_KCDSA_Params(unit, p.get(), q.get(), g.get(), x.get(), nullptr) == 0 &&
            VRQ_Cmp_BIGINT(unit->y, y.get()) == 0;

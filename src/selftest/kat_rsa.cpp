@@ -1,7 +1,7 @@
 // Power-up tests of RSA (RFC 8017): OAEP there and back, PSS signatures made and verified. Both are
 // randomised, so nothing stored is compared; the keys are checked by the private operation.
 #include "foundation/scope.h"
-#include "selftest/kat.h"
+#include "selftest/kat_integer.h"
 #include "talvern/bigint.h"
 #include "talvern/digest.h"
 #include "talvern/random.h"
@@ -60,22 +60,16 @@ constexpr Scheme kPss[] = {
 };
 
 using Unit = Owned<VRQ_RSA_UNIT, VRQ_Free_RSA>;
-using Integer = Owned<VRQ_BIGINT, VRQ_Free_BIGINT>;
-
-template <std::size_t N>
-Integer integer(const kat::Hex<N>& bytes) {
-    return Integer(VRQ_Binary_To_BIGINT(bytes.data, bytes.signed_length(), nullptr));
-}
 
 bool load(VRQ_RSA_UNIT* unit, const RsaKey& key) {
-    const Integer n = integer(key.n);
-    const Integer e = integer(key.e);
-    const Integer d = integer(key.d);
-    const Integer p = integer(key.p);
-    const Integer q = integer(key.q);
-    const Integer dp = integer(key.dp);
-    const Integer dq = integer(key.dq);
-    const Integer qinv = integer(key.qinv);
+    const kat::Integer n = kat::integer(key.n);
+    const kat::Integer e = kat::integer(key.e);
+    const kat::Integer d = kat::integer(key.d);
+    const kat::Integer p = kat::integer(key.p);
+    const kat::Integer q = kat::integer(key.q);
+    const kat::Integer dp = kat::integer(key.dp);
+    const kat::Integer dq = kat::integer(key.dq);
+    const kat::Integer qinv = kat::integer(key.qinv);
     if (!n || !e || !d || !p || !q || !dp || !dq || !qinv) return false;
     return VRQ_Set_RSA_Params(unit, n.get(), e.get(), d.get(), p.get(), q.get(), dp.get(), dq.get(),
                               qinv.get()) == 0;
@@ -105,8 +99,8 @@ bool verifies_what_it_signs(VRQ_RSA_UNIT* unit, const Scheme& scheme) {
     return true;
 }
 
-// The status of a check that the random generator may have failed in: a failed draw keeps it locked, and the
-// next run of the tests would wait for it.
+// The status of a check that the random generator may have failed in: a failed draw keeps it
+// locked, and the next run of the tests would wait for it.
 u32 result(bool passed, u32 function) {
     if (passed) return 0;
     VRQ_Uninstantiate_DRBG();
@@ -135,7 +129,7 @@ bool rsassa_passes() {
 bool new_key_signs() {
     constexpr u32 kPublicExponent = 65537;
     const Unit unit(VRQ_New_RSA());
-    const Integer e(VRQ_New_BIGINT());
+    const kat::Integer e(VRQ_New_BIGINT());
     return unit && e && VRQ_Set_BIGINT_Word(e.get(), kPublicExponent) == 0 &&
            VRQ_Generate_RSA_Params_Ex(unit.get(), e.get(), kKeyLength * 8, 1) == 0 &&
            verifies_what_it_signs(unit.get(), kPss[1]);

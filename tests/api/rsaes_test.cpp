@@ -1,5 +1,5 @@
-// RSA encryption and decryption: known answers, libcrypto in both directions, limits, malformed blocks,
-// statuses, proven mode.
+// RSA encryption and decryption: known answers, libcrypto in both directions, limits, malformed
+// blocks, statuses, proven mode.
 #include "harness/rsa_cases.h"
 
 namespace {
@@ -387,8 +387,11 @@ TEST(Rsaes, Statuses) {
     unit = key.load(Parts::kCrt);
     ASSERT_EQ(0U, init(unit, 0, VRQ_RSA_PRIVATE));
     VRQ_Add_BIGINT_Word(unit->d, 2);
+    drop_blinding(unit.get());
     EXPECT_EQ(0x180A002EU, VRQ_Decrypt_RSAES(unit.get(), out, &length, in, 64));
+    EXPECT_EQ(nullptr, unit->blind_A) << "checked before the blinding";
     VRQ_Sub_BIGINT_Word(unit->d, 2);
+    ASSERT_EQ(0U, generate_RSA_BLINDING(unit.get()));
     VRQ_Free_BIGINT(unit->blind_Ai);
     unit->blind_Ai = nullptr;
     EXPECT_EQ(0x18060059U, VRQ_Decrypt_RSAES(unit.get(), out, &length, in, 64));

@@ -8,7 +8,6 @@
 
 #include <valgrind/memcheck.h>
 
-#include <array>
 #include <cstdio>
 
 namespace {

@@ -1,5 +1,5 @@
-// Run under valgrind memcheck: decrypted blocks count as undefined while the message in them is looked for,
-// well-formed or not, and while a number is written as bytes.
+// Run under valgrind memcheck: decrypted blocks count as undefined while the message in them is
+// looked for, well-formed or not, and while a number is written as bytes.
 #include "pubkey/rsa_encoding.h"
 
 #include <valgrind/memcheck.h>

@@ -1,4 +1,5 @@
-// RSA in tests: stored keys, units that hold them, and libcrypto's keys and powers of the same numbers.
+// RSA in tests: stored keys, units that hold them, and libcrypto's keys and powers of the same
+// numbers.
 #pragma once
 
 #include "harness/bigints.h"
@@ -122,6 +123,14 @@ inline const char* peer_digest(uint32_t id) { return VRQ_Get_DIGEST_Alg_Name(id)
 // By name, since <openssl/rsa.h> declares another PKCS1_MGF1.
 inline void set(const PeerContext& context, const char* name, const std::string& value) {
     ASSERT_EQ(1, EVP_PKEY_CTX_ctrl_str(context.get(), name, value.c_str())) << name;
+}
+
+// As in a key that has not been used yet.
+inline void drop_blinding(VRQ_RSA_UNIT* unit) {
+    for (VRQ_BIGINT** factor : {&unit->blind_A, &unit->blind_Ai}) {
+        VRQ_Free_BIGINT(*factor);
+        *factor = nullptr;
+    }
 }
 
 // Mode word of PSS with a salt of so many bytes.

@@ -19,8 +19,8 @@ constexpr Mode kEncryption[] = {
     {8, VRQ_ID_SHA256}, {16, VRQ_ID_SHA1}, {32, VRQ_ID_SHA1}, {0, VRQ_ID_SHA1}};
 constexpr Mode kSignature[] = {{2, VRQ_ID_SHA256}, {1, VRQ_ID_SHA1}, {0, VRQ_ID_SHA1}};
 
-// Runs an operation on fresh units, whose making is spared, with each of its allocations failing in turn:
-// it succeeds or fails with one of the statuses, and succeeds on the same unit afterwards.
+// Runs an operation on fresh units, whose making is spared, with each of its allocations failing in
+// turn: it succeeds or fails with one of the statuses, and succeeds on the same unit afterwards.
 void sweep(const StoredRsaKey& key, const std::set<uint32_t>& failures,
            const std::function<void(VRQ_RSA_UNIT*)>& prepare,
            const std::function<uint32_t(VRQ_RSA_UNIT*)>& run) {

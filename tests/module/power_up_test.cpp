@@ -1,5 +1,5 @@
-// The first calls of a fresh process when something is missing: each case is a forked child of a parent that
-// never calls the library itself. Linked with the archive that carries the test hooks.
+// The first calls of a fresh process when something is missing: each case is a forked child of a
+// parent that never calls the library itself. Linked with the archive that carries the test hooks.
 #include "foundation/test_hooks.h"
 #include "talvern.h"
 
@@ -66,8 +66,9 @@ const std::vector<uint32_t> kOpenOrder = {0x1, 0x2, 0x5, 0x6, 0x7, 0x9, 0xB, 0xC
 constexpr std::size_t kDense = 400;
 constexpr std::size_t kStep = 29;
 
-// Allocations of the first call fail, one in each process. The failures follow the order of the sequence and reach
-// every check of it; nothing is served by the failed call, and the next one, with memory, passes.
+// Allocations of the first call fail, one in each process. The failures follow the order of the
+// sequence and reach every check of it; nothing is served by the failed call, and the next one,
+// with memory, passes.
 void expect_order_of_failures(bool proven, const std::vector<uint32_t>& order) {
     const auto first_calls = [proven](std::size_t failing) {
         return in_fresh_process([proven, failing]() -> Results {

@@ -1,8 +1,9 @@
-// Loads a library file, says "loaded", and calls it as told on standard input, one answer a line, so that the
-// scripts of this folder can change the file before and between the calls.
+// Loads a library file, says "loaded", and calls it as told on standard input, one answer a line,
+// so that the scripts of this folder can change the file before and between the calls.
 //
 //   NAME        calls a function without arguments: its status, or the text "void"
-//   services    calls one service of each kind: name=status, with 0 for those that answer by a value
+//   services    calls one service of each kind: name=status, with 0 for those that answer by a
+//               value
 //   folder F    changes the working folder
 //
 // Usage: self_test_probe LIBRARY
