@@ -120,6 +120,7 @@ u32 verify_RSA_KEY(const VRQ_RSA_UNIT* unit) {
         return kFailed;
     if (VRQ_Get_BIGINT_Word(unit->p) == 2 && VRQ_Get_BIGINT_Word(unit->q) == 2) return kFailed;
 
+    const ScopeExit wiping(rsa::wipe_spills);
     Temporaries<1> temporaries;
     VRQ_BIGINT* const product = temporaries[0];
     if (VRQ_Mtp_BIGINT(product, unit->e, unit->d, unit->pool) != 0) return kFailed;
@@ -133,6 +134,7 @@ u32 crt_RSA(VRQ_RSA_UNIT* unit, VRQ_BIGINT* out, const VRQ_BIGINT* in) {
     if (unit == nullptr || out == nullptr || in == nullptr || !has_crt(*unit)) return kMissing;
 
     VRQ_BIGINT_POOL* const pool = unit->pool;
+    const ScopeExit wiping(rsa::wipe_spills);
     Temporaries<4> temporaries;
     VRQ_BIGINT* const m1 = temporaries[0];
     VRQ_BIGINT* const m2 = temporaries[1];
@@ -155,6 +157,7 @@ u32 generate_RSA_BLINDING(VRQ_RSA_UNIT* unit) {
     u32 status = kMissing;
     if (unit->blind_A != nullptr && unit->blind_Ai != nullptr) status = make_pair(*unit);
     if (status != 0) rsa::drop_blinding(*unit);
+    rsa::wipe_spills();
     return status;
 }
 

@@ -34,12 +34,6 @@ std::size_t block_size(const VRQ_RSA_UNIT& unit) {
     return std::max<std::size_t>(rsa::modulus_bytes(unit), 1);
 }
 
-// What an operation left of a message where the guards of its blocks do not reach.
-void forget(const VRQ_RSA_UNIT& unit) {
-    rsa::wipe_idle_words(unit.pool);
-    wipe_stack();
-}
-
 u32 bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {
     const u32 failure = fail(VRQ_F_INIT_RSAES, VRQ_ERR_SUB_OPERATION_FAILURE);
     const bool is_new = unit.digest == nullptr;
@@ -200,7 +194,7 @@ u32 VRQ_Encrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     std::memset(em.data(), 0, em.size());
     u32 s = encode(*unit, em.data(), in, in_length);
     if (s == 0) s = encrypt_block(*unit, out, em.data());
-    forget(*unit);
+    rsa::forget(*unit);
     if (s == 0) *out_length = static_cast<u32>(rsa::modulus_bytes(*unit));
     return s;
 }
@@ -223,6 +217,6 @@ u32 VRQ_Decrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     SecretHeap em(block_size(*unit));
     if (!em) return fail(kFunction, VRQ_ERR_MALLOC);
     const u32 s = decrypt_block(*unit, em.data(), in, out, out_capacity, out_length);
-    forget(*unit);
+    rsa::forget(*unit);
     return s;
 }
