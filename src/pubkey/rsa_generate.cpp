@@ -206,7 +206,9 @@ u32 generate(VRQ_RSA_UNIT* unit, const VRQ_BIGINT* e, i32 bits, i32 d_rule,
     if (!make_fields(*unit) || VRQ_Copy_BIGINT(unit->e, e) != 0) return fail(VRQ_ERR_MALLOC);
     rsa::drop_blinding(*unit); // of an earlier key
     if (!is_exponent(g)) return fail(VRQ_ERR_IS_BIGINT_PRIME);
-    return run(g);
+    const u32 status = run(g);
+    rsa::wipe_generation_spills();
+    return status;
 }
 
 } // namespace

@@ -35,12 +35,6 @@ std::size_t block_size(const VRQ_RSA_UNIT& unit) {
     return std::max<std::size_t>(rsa::modulus_bytes(unit), 1);
 }
 
-// What an operation left of a message where the guards of its blocks do not reach.
-void forget(const VRQ_RSA_UNIT& unit) {
-    rsa::wipe_idle_words(unit.pool);
-    wipe_stack();
-}
-
 // The encoded message in k bytes.
 u32 encode(const VRQ_RSA_UNIT& unit, u8* em, const u8* in, i32 in_length) {
     constexpr u32 kFunction = VRQ_F_ENCRYPT_RSAES;
@@ -183,7 +177,7 @@ u32 VRQ_Encrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     std::memset(em.data(), 0, em.size());
     u32 s = encode(*unit, em.data(), in, in_length);
     if (s == 0) s = encrypt_block(*unit, out, em.data());
-    forget(*unit);
+    rsa::forget(*unit);
     if (s == 0) *out_length = static_cast<u32>(rsa::modulus_bytes(*unit));
     return s;
 }
@@ -206,6 +200,6 @@ u32 VRQ_Decrypt_RSAES(VRQ_RSA_UNIT* unit, u8* out, u32* out_length, const u8* in
     SecretHeap em(block_size(*unit));
     if (!em) return fail(kFunction, VRQ_ERR_MALLOC);
     const u32 s = decrypt_block(*unit, em.data(), in, out, out_capacity, out_length);
-    forget(*unit);
+    rsa::forget(*unit);
     return s;
 }

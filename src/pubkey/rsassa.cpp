@@ -199,7 +199,7 @@ u32 VRQ_Sign_RSASSA(VRQ_RSA_UNIT* unit, u8* signature, u32* length) {
     if (const u32 s = check_limits(*unit, kFunction); s != 0) return s;
 
     const std::size_t k = rsa::modulus_bytes(*unit);
-    const ScopeExit wipe_pool([unit] { rsa::wipe_idle_words(unit->pool); });
+    const ScopeExit forgetting([unit] { rsa::forget(*unit); });
     Scratch<2> scratch(unit->pool);
     VRQ_BIGINT* const m = scratch.take();
     VRQ_BIGINT* const s = scratch.take();
