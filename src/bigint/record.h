@@ -25,6 +25,13 @@ inline bool is_odd(const VRQ_BIGINT& a) { return word_count(a) != 0 && (a.data[0
 // Bit length of the value; not the count of VRQ_Get_BIGINT_Bits_Length for leading zero words.
 std::size_t value_bits(const VRQ_BIGINT& a);
 
+// Whether a < b as values, however many leading zero words they have; the time depends on both.
+inline bool is_below_var(const VRQ_BIGINT& a, const VRQ_BIGINT& b) {
+    const std::size_t words = value_words(a);
+    if (words != value_words(b)) return words < value_words(b);
+    return vrq_Cmp_BIGINT_Words(a.data, b.data, static_cast<i32>(words)) < 0;
+}
+
 inline void set_used(VRQ_BIGINT& a, std::size_t words) {
     a.used = static_cast<i32>(significant_words(a.data, words));
 }

@@ -22,13 +22,9 @@ inline std::size_t modulus_bits(const VRQ_RSA_UNIT& unit) {
 }
 inline std::size_t modulus_bytes(const VRQ_RSA_UNIT& unit) { return (modulus_bits(unit) + 7) / 8; }
 
-// The value is below n, which is not null.
+// The value is below n; false without n.
 inline bool is_below_modulus(const VRQ_RSA_UNIT& unit, const VRQ_BIGINT& a) {
-    if (unit.n == nullptr) return false;
-    const std::size_t words = value_words(*unit.n);
-    const std::size_t a_words = value_words(a);
-    if (a_words != words) return a_words < words;
-    return vrq_Cmp_BIGINT_Words(a.data, unit.n->data, static_cast<i32>(words)) < 0;
+    return unit.n != nullptr && is_below_var(a, *unit.n);
 }
 
 // The value, which fits, in exactly so many bytes; the time depends on lengths alone.

@@ -344,6 +344,14 @@ TEST(Dsa, ForgedSignatures) {
         EXPECT_EQ(kNotVerified, verify(unit, forged[i])) << i;
     EXPECT_EQ(0U, verify(unit, {padded, good.s}));
     EXPECT_EQ(kNotVerified, verify(unit, good, VRQ_ID_SHA256));
+
+    // s + q is no second signature, however many words q has
+    VRQ_Add_BIGINT(above, Int(good.s), unit->q, nullptr);
+    Bytes s_above(21);
+    s_above.resize(VRQ_BIGINT_To_Binary_Unsigned(above, s_above.data()));
+    test::widen(unit->q);
+    EXPECT_EQ(0U, verify(unit, good));
+    EXPECT_EQ(kNotVerified, verify(unit, {good.r, s_above}));
 }
 
 // Numbers that form no domain: an answer, whichever, and nothing worse.

@@ -354,6 +354,15 @@ TEST(Ecdsa, ForgedSignatures) {
     Bytes other(32);
     other.resize(VRQ_BIGINT_To_Binary_Unsigned(sum, other.data()));
     EXPECT_EQ(0U, verify(t.unit, {good.r, other}));
+
+    // s + n is none, however many words the numbers have
+    VRQ_Add_BIGINT(sum, Int(good.s), t.curve->order, nullptr);
+    Bytes s_above(33);
+    s_above.resize(VRQ_BIGINT_To_Binary_Unsigned(sum, s_above.data()));
+    VRQ_ECC_KEY* const key = t.unit->key;
+    for (VRQ_BIGINT* number : {key->curve->order, key->Q->x, key->Q->y}) test::widen(number);
+    EXPECT_EQ(0U, verify(t.unit, good));
+    EXPECT_EQ(kNotVerified, verify(t.unit, {good.r, s_above}));
 }
 
 TEST(Ecdsa, PublicKeysThatAreNone) {

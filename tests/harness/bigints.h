@@ -60,6 +60,13 @@ class Int {
     VRQ_BIGINT* record_;
 };
 
+// The same value with two leading zero words, as a text with leading zeros gives it.
+inline void widen(VRQ_BIGINT* a) {
+    if (vrq_Expand_BIGINT(a, a->used + 2) == nullptr) return;
+    a->data[a->used++] = 0;
+    a->data[a->used++] = 0;
+}
+
 struct BnFree {
     void operator()(BIGNUM* n) const { BN_free(n); }
     void operator()(BN_CTX* context) const { BN_CTX_free(context); }
