@@ -202,8 +202,8 @@ u32 vrq_Set_RSASSA_PKCS1_PSS_SALT_Length(VRQ_RSA_UNIT* unit, i32 length) {
 }
 
 bool vrq::rsa::is_modulus_refused(const VRQ_RSA_UNIT& unit) {
-    return unit.n != nullptr && VRQ_Is_Proven() == 1 &&
-           VRQ_Get_BIGINT_Bits_Length(unit.n) < kApprovedBits;
+    // of the value: a caller's own record may have zeros on top
+    return unit.n != nullptr && VRQ_Is_Proven() == 1 && value_bits(*unit.n) < kApprovedBits;
 }
 
 bool vrq::rsa::bind_digest(VRQ_RSA_UNIT& unit, u32 digest) {

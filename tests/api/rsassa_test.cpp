@@ -465,6 +465,9 @@ TEST(ProvenRsassa, ApprovedSizesModesAndDigests) {
     EXPECT_EQ(0x18050048U, VRQ_Final_RSASSA(unit.get(), out, &length));
     EXPECT_EQ(0x18060048U, VRQ_Sign_RSASSA(unit.get(), out, &length));
     EXPECT_EQ(0x18070048U, VRQ_Verify_RSASSA(unit.get(), out, 255));
+    ASSERT_NE(nullptr, vrq_Expand_BIGINT(unit->n, 70));
+    for (; unit->n->used < 70; ++unit->n->used) unit->n->data[unit->n->used] = 0;
+    EXPECT_EQ(0x18060048U, VRQ_Sign_RSASSA(unit.get(), out, &length)) << "zeros make it no longer";
     for (const std::size_t bits : {2041, 2048}) {
         unit = rsa_key(bits).load(Parts::kCrt);
         EXPECT_EQ(0x180300F0U, VRQ_Init_RSASSA(unit.get(), VRQ_ID_SHA256, 1, 1));
