@@ -3,6 +3,7 @@
 #include "bigint/mod_exp.h"
 #include "bigint/record.h"
 #include "bigint/scope.h"
+#include "foundation/scope.h"
 #include "foundation/status.h"
 #include "pubkey/rsa_key.h"
 #include "pubkey/signature.h"
