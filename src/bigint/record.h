@@ -25,6 +25,17 @@ inline bool is_odd(const VRQ_BIGINT& a) { return word_count(a) != 0 && (a.data[0
 // Bit length of the value; not the count of VRQ_Get_BIGINT_Bits_Length for leading zero words.
 std::size_t value_bits(const VRQ_BIGINT& a);
 
+// a < b by value, whatever zero words lead either. The time depends on both.
+inline bool is_below(const VRQ_BIGINT& a, const VRQ_BIGINT& b) {
+    const std::size_t a_words = value_words(a);
+    const std::size_t b_words = value_words(b);
+    if (a_words != b_words) return a_words < b_words;
+    for (std::size_t i = a_words; i-- > 0;) {
+        if (a.data[i] != b.data[i]) return a.data[i] < b.data[i];
+    }
+    return false;
+}
+
 inline void set_used(VRQ_BIGINT& a, std::size_t words) {
     a.used = static_cast<i32>(significant_words(a.data, words));
 }

@@ -49,17 +49,12 @@ u32 check_order(const VRQ_BIGINT* p, const VRQ_BIGINT* q, const VRQ_BIGINT* g,
 // 2 <= y < p, and of order q where q is known.
 bool is_public_key(const VRQ_BIGINT& y, const VRQ_BIGINT& p, const VRQ_BIGINT* q,
                    VRQ_BIGINT_POOL* pool) {
-    if (value_bits(y) < 2 || value_bits(y) > value_bits(p)) return false;
-    Scratch<2> scratch(pool);
-    VRQ_BIGINT* const a = scratch.take();
-    VRQ_BIGINT* const b = scratch.take();
-    if (a == nullptr || b == nullptr || VRQ_Copy_BIGINT(a, &y) != 0 || VRQ_Copy_BIGINT(b, &p) != 0)
-        return false;
-    set_used(*a, word_count(*a));
-    set_used(*b, word_count(*b));
-    if (VRQ_Cmp_BIGINT(a, b) >= 0) return false;
-    return q == nullptr ||
-           (mod_exp_mont_var(b, a, q, &p, pool) == 0 && VRQ_Get_BIGINT_Word(b) == 1);
+    if (value_bits(y) < 2 || !is_below(y, p)) return false;
+    if (q == nullptr) return true;
+    Scratch<1> scratch(pool);
+    VRQ_BIGINT* const power = scratch.take();
+    return power != nullptr && mod_exp_mont_var(power, &y, q, &p, pool) == 0 &&
+           VRQ_Get_BIGINT_Word(power) == 1;
 }
 
 // x with as many words as its bound has, so that the exponentiation does not see its length.

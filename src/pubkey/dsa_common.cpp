@@ -60,7 +60,7 @@ bool write_signature(NumberOut r_out, NumberOut s_out, const VRQ_BIGINT& r, cons
 }
 
 bool read_half(VRQ_BIGINT& r, NumberIn in, const VRQ_BIGINT& n) {
-    return read_number(r, in.bytes, in.length) && !is_zero(r) && VRQ_Cmp_BIGINT(&r, &n) < 0;
+    return read_number(r, in.bytes, in.length) && !is_zero(r) && is_below(r, n);
 }
 
 bool verification_factors(VRQ_BIGINT& u, VRQ_BIGINT& v, const VRQ_BIGINT& e, const VRQ_BIGINT& r,

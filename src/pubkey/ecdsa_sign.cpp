@@ -48,7 +48,7 @@ bool is_on_curve(const VRQ_ECPOINT& point, const VRQ_ECURVE& curve, VRQ_BIGINT_P
     if (!has_coordinates(point) || curve.b == nullptr || vrq_Is_ECPOINT_Zero(&point) != 0)
         return false;
     const VRQ_BIGINT& p = *curve.prime;
-    if (VRQ_Cmp_BIGINT(point.x, &p) >= 0 || VRQ_Cmp_BIGINT(point.y, &p) >= 0) return false;
+    if (!is_below(*point.x, p) || !is_below(*point.y, p)) return false;
 
     Scratch<2> scratch(pool);
     VRQ_BIGINT* const left = scratch.take();

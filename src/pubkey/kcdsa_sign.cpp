@@ -161,12 +161,12 @@ bool read_signature(VRQ_BIGINT& s, Digest& r, const VRQ_KCDSA_UNIT& unit, std::s
     std::memset(r, 0, above);
     std::memcpy(r + above, r_in.data(), r_in.size());
     return read_number(s, s_in.data(), static_cast<u32>(s_in.size())) && !is_zero(s) &&
-           VRQ_Cmp_BIGINT(&s, unit.q) < 0;
+           is_below(s, *unit.q);
 }
 
 // 2 <= y < p: with a y of 0 or 1 everybody could sign.
 bool is_public_key(const VRQ_BIGINT& y, const VRQ_BIGINT& p) {
-    return value_bits(y) >= 2 && VRQ_Cmp_BIGINT(&y, &p) < 0;
+    return value_bits(y) >= 2 && is_below(y, p);
 }
 
 u32 verify(VRQ_KCDSA_UNIT& unit, std::span<const u8> r_in, std::span<const u8> s_in) {
