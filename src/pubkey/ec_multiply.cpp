@@ -75,6 +75,7 @@ class Arithmetic {
         E x;
         E y;
         if (!read(x, *point.x) || !read(y, *point.y)) return false;
+        if (!field_.is_reduced(x) || !field_.is_reduced(y)) return false;
         field_.to_montgomery(r.x, x);
         field_.to_montgomery(r.y, y);
         r.z = field_.one();

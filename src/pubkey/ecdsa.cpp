@@ -6,6 +6,7 @@
 #include "talvern/module.h"
 
 #include <cstddef>
+#include <utility>
 
 using namespace vrq;
 
@@ -90,10 +91,11 @@ u32 VRQ_Set_ECDSA_Params(VRQ_ECDSA_UNIT* unit, const VRQ_ECURVE* curve, const VR
         drop(unit->k);
         drop(unit->R);
     }
-    VRQ_Free_ECURVE(key.curve);
-    key.curve = copy;
-    if (!copy_given(key.d, d) || !copy_given(key.Q, Q)) return fail(kFunction, VRQ_ERR_MEM_ALLOC);
-    return 0;
+    // d and Q may belong to the curve that goes.
+    VRQ_ECURVE* const last = std::exchange(key.curve, copy);
+    const bool copied = copy_given(key.d, d) && copy_given(key.Q, Q);
+    VRQ_Free_ECURVE(last);
+    return copied ? 0 : fail(kFunction, VRQ_ERR_MEM_ALLOC);
 }
 
 u32 VRQ_Init_ECDSA(VRQ_ECDSA_UNIT* unit, u32 algorithm, i32 direction) {

@@ -211,7 +211,7 @@ class Search {
 };
 
 // True when a < b, for a with as many words as b.
-bool is_below(const VRQ_BIGINT& a, const VRQ_BIGINT& b) {
+bool padded_is_below(const VRQ_BIGINT& a, const VRQ_BIGINT& b) {
     u64 borrow = 0;
     for (std::size_t i = 0; i < word_count(a); ++i) {
         const u64 subtrahend = i < word_count(b) ? b.data[i] : 0;
@@ -266,7 +266,7 @@ u32 draw_below(VRQ_BIGINT& r, u32 digest, const VRQ_BIGINT& bound, bool with_zer
         if (VRQ_Binary_To_BIGINT(bytes.data(), static_cast<i32>(length), &r) == nullptr ||
             !pad_residue(r, bound))
             return VRQ_ERR_BINARY_TO_BIGINT_FAIL;
-        const bool taken = is_below(r, bound) && (with_zero || !is_zero(r));
+        const bool taken = padded_is_below(r, bound) && (with_zero || !is_zero(r));
         set_used(r, word_count(r));
         if (taken) return 0;
     }

@@ -354,6 +354,30 @@ TEST(Dsa, ForgedSignatures) {
     EXPECT_EQ(kNotVerified, verify(unit, {good.r, s_above}));
 }
 
+// Neither refuses a good signature nor admits s + q.
+TEST(Dsa, LeadingZeroWordsCountForNothing) {
+    const auto all = domains();
+    const Domain& d = all.at("D1");
+    const Unit unit = keyed_unit(d);
+    Signature good;
+    ASSERT_EQ(0U, sign(unit, good));
+    const Int x(unit->x);
+    const Int y(unit->y);
+    const Unit padded(VRQ_New_DSA());
+    ASSERT_EQ(0U, VRQ_Set_DSA_Params(padded.get(), test::with_leading_zeros(d.p),
+                                     test::with_leading_zeros(d.q), test::with_leading_zeros(d.g),
+                                     test::with_leading_zeros(x), test::with_leading_zeros(y)));
+    EXPECT_EQ(0U, verify(padded, good));
+    Int above;
+    VRQ_Add_BIGINT(above, Int(good.s), d.q, nullptr);
+    Bytes s_above(24);
+    s_above.resize(VRQ_BIGINT_To_Binary_Unsigned(above, s_above.data()));
+    EXPECT_EQ(kNotVerified, verify(padded, {good.r, s_above}));
+    ASSERT_EQ(0U, sign(padded, good));
+    EXPECT_EQ(20U, good.s.size());
+    EXPECT_EQ(0U, verify(unit, good));
+}
+
 // Numbers that form no domain: an answer, whichever, and nothing worse.
 TEST(Dsa, DomainsThatAreNone) {
     const char* const values[] = {"0", "1", "2", "10", "F", "FFFFFFFFFFFFFFFFFFFFFFFF"};

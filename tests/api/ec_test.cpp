@@ -310,6 +310,8 @@ TEST(Ec, MultiplesByZeroAndOneAndInPlace) {
     EXPECT_EQ("7,8", out.text());
     EXPECT_EQ(0U, vrq_Mtp_Fp_ECC(out, f.curve, f.p, Int("1")));
     EXPECT_EQ("3,6", out.text());
+    EXPECT_EQ(0U, vrq_Mtp_Fp_ECC(out, f.curve, Point("64", "67"), Int("1")));
+    EXPECT_EQ("64,67", out.text());
 
     // 3 * P, once with the coordinates not reduced
     EXPECT_EQ(0U, vrq_Mtp_Fp_ECC(out, f.curve, Point("64", "67"), Int("3")));

@@ -388,6 +388,41 @@ TEST(Ecdsa, PublicKeysThatAreNone) {
     EXPECT_EQ(kNotVerified, verify(unit_of(t.curve, nullptr, minus_g), {e, {1}}));
 }
 
+// Neither refuses a good signature nor admits s + n or coordinates above the prime.
+TEST(Ecdsa, LeadingZeroWordsCountForNothing) {
+    const P256 t;
+    Signature good;
+    ASSERT_EQ(0U, sign(t.unit, good));
+    const Curve& c = t.curve;
+    const Curve padded(test::with_leading_zeros(c->prime), test::with_leading_zeros(c->a),
+                       test::with_leading_zeros(c->b));
+    const Point g(test::with_leading_zeros(c->G->x), test::with_leading_zeros(c->G->y));
+    VRQ_Set_ECURVE_Params(padded, 0, nullptr, nullptr, nullptr, nullptr, g,
+                          test::with_leading_zeros(c->order));
+    const Point q(test::with_leading_zeros(t.pair.q->x), test::with_leading_zeros(t.pair.q->y));
+    EXPECT_EQ(0U, verify(unit_of(c, nullptr, q), good));
+    EXPECT_EQ(0U, verify(unit_of(padded, nullptr, q), good));
+    EXPECT_EQ(0U, verify(unit_of(padded, nullptr, t.pair.q), good));
+
+    Int sum;
+    VRQ_Add_BIGINT(sum, Int(good.s), c->order, nullptr);
+    Bytes above(36);
+    above.resize(VRQ_BIGINT_To_Binary_Unsigned(sum, above.data()));
+    EXPECT_EQ(kNotVerified, verify(unit_of(padded, nullptr, q), {good.r, above}));
+    VRQ_Add_BIGINT(sum, t.pair.q->x, c->prime, nullptr);
+    EXPECT_EQ(kNotVerified, verify(unit_of(padded, nullptr, Point(sum, t.pair.q->y)), good));
+}
+
+TEST(Ecdsa, ParametersMayBelongToTheUnit) {
+    const P256 t;
+    VRQ_ECURVE* const curve = t.unit->key->curve;
+    const std::string order = Int(curve->order).hex();
+    const std::string g = Point(curve->G).text();
+    ASSERT_EQ(0U, VRQ_Set_ECDSA_Params(t.unit.get(), curve, curve->order, curve->G));
+    EXPECT_EQ(order, Int(t.unit->key->d).hex());
+    EXPECT_EQ(g, Point(t.unit->key->Q).text());
+}
+
 // On a curve of composite order s need not have an inverse.
 TEST(Ecdsa, CurvesThatAreNone) {
     const Signature two = {{2}, {2}};

@@ -224,6 +224,32 @@ TEST(Kcdsa, PublicKeysOutOfRangeVerifyNothing) {
     }
 }
 
+// Neither refuses a good signature nor admits s + q or y + p.
+TEST(Kcdsa, LeadingZeroWordsCountForNothing) {
+    const KcdsaDomain& d = test::kcdsa_domain("D3");
+    const Kcdsa unit = with_keys("D3");
+    const auto verdict = [&](const VRQ_BIGINT* y, const KcdsaSignature& signature) {
+        const Kcdsa padded = new_kcdsa();
+        EXPECT_EQ(0U, VRQ_Set_KCDSA_Params(padded.get(), test::with_leading_zeros(d.p),
+                                           test::with_leading_zeros(d.q),
+                                           test::with_leading_zeros(d.g), nullptr, y));
+        return verified(padded.get(), VRQ_ID_HAS160, kMessage, signature);
+    };
+    KcdsaSignature good;
+    const Int sum;
+    do { // until s + q is no longer than q
+        good = signed_message(unit.get(), VRQ_ID_HAS160, kMessage);
+        VRQ_Add_BIGINT(sum, Int(good.s), d.q, nullptr);
+    } while (VRQ_Get_BIGINT_Bits_Length(sum) > 160);
+    EXPECT_EQ(0U, verdict(unit->y, good));
+    EXPECT_EQ(0U, verdict(test::with_leading_zeros(unit->y), good));
+    KcdsaSignature above = good;
+    VRQ_BIGINT_To_Binary_Unsigned(sum, above.s.data());
+    EXPECT_EQ(kForged, verdict(unit->y, above));
+    VRQ_Add_BIGINT(sum, unit->y, d.p, nullptr);
+    EXPECT_EQ(kForged, verdict(sum, good));
+}
+
 TEST(Kcdsa, KeyPairsOfBothForms) {
     for (const char* domain : {"D1", "D3"}) {
         const KcdsaDomain& d = test::kcdsa_domain(domain);

@@ -4,6 +4,7 @@
 #include "talvern/bigint.h"
 #include "talvern/memory.h"
 
+#include <gtest/gtest.h>
 #include <openssl/bn.h>
 
 #include <cstdint>
@@ -65,6 +66,14 @@ inline void widen(VRQ_BIGINT* a) {
     if (vrq_Expand_BIGINT(a, a->used + 2) == nullptr) return;
     a->data[a->used++] = 0;
     a->data[a->used++] = 0;
+}
+
+// The same value with a zero word on top, as VRQ_HEX_To_BIGINT makes it of a text that starts with zeros.
+inline Int with_leading_zeros(const VRQ_BIGINT* a) {
+    Int out(a);
+    EXPECT_NE(nullptr, vrq_Expand_BIGINT(out, a->used + 1));
+    out->data[out->used++] = 0;
+    return out;
 }
 
 struct BnFree {
