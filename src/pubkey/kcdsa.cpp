@@ -38,6 +38,12 @@ bool copy_if_given(VRQ_BIGINT*& member, const VRQ_BIGINT* value) {
     return value == nullptr || put(member, value);
 }
 
+// A message that was begun ends; the unit stays initialised.
+void forget_message(VRQ_KCDSA_UNIT& unit) {
+    if (unit.digest != nullptr && VRQ_Init_DIGEST(unit.digest, unit.digest->algorithm) != 0)
+        drop(unit.digest);
+}
+
 // Where a key pair comes from.
 struct KeySource {
     u32 function;
@@ -75,19 +81,20 @@ VRQ_KCDSA_UNIT* VRQ_New_KCDSA() {
 
 void VRQ_Clean_KCDSA(VRQ_KCDSA_UNIT* unit) {
     if (unit == nullptr) return;
-    drop(unit->digest);
-    drop(unit->prng);
+    if (unit->z != nullptr) forget_message(*unit);
     for (VRQ_BIGINT** member :
          {&unit->p, &unit->q, &unit->g, &unit->x, &unit->y, &unit->z, &unit->j, &unit->h})
         drop(*member);
     ff::drop_seed(unit->seed, unit->seed_length);
-    drop(unit->pool);
-    clear_record(*unit);
+    unit->count = 0;
 }
 
 void VRQ_Free_KCDSA(VRQ_KCDSA_UNIT* unit) {
     if (unit == nullptr) return;
     VRQ_Clean_KCDSA(unit);
+    drop(unit->digest);
+    drop(unit->prng);
+    drop(unit->pool);
     release(unit);
 }
 
@@ -107,10 +114,17 @@ u32 VRQ_Set_KCDSA_Params(VRQ_KCDSA_UNIT* unit, const VRQ_BIGINT* p, const VRQ_BI
         if (!copied) reason = VRQ_ERR_MEMORY_ALLOC;
         if (copied && x != nullptr && y == nullptr) reason = compute_y(next);
     }
-    if (reason != 0) VRQ_Clean_KCDSA(&next);
     VRQ_Clean_KCDSA(unit);
-    *unit = next;
-    return reason == 0 ? 0 : fail(kFunction, reason);
+    if (reason != 0) {
+        VRQ_Clean_KCDSA(&next);
+        return fail(kFunction, reason);
+    }
+    unit->p = next.p;
+    unit->q = next.q;
+    unit->g = next.g;
+    unit->x = next.x;
+    unit->y = next.y;
+    return 0;
 }
 
 u32 VRQ_Get_KCDSA_Length(const VRQ_KCDSA_UNIT* unit) {
