@@ -152,7 +152,7 @@ TALVERN_FIELD u64 product6(u64 (&area)[12], const u64* a, const u64* b, const u6
         STORE("t", 0, R0) STORE("t", 1, R1) STORE("t", 2, R2)
         STORE("t", 3, R3) STORE("t", 4, R4) STORE("t", 5, R5)
         // clang-format on
-        : [carry] "+r"(carry), "=m"(area)
+        : [carry] "+&r"(carry), "=m"(area)
         : [t] "r"(t), [a] "r"(a), [b] "r"(b), [p] "r"(p)
         : "rax", "rcx", "rdx", "r8", "r9", "r10", "r11", "r12", "r13", "cc", "memory");
     return carry;
