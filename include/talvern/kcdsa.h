@@ -41,8 +41,9 @@ typedef struct VRQ_KCDSA_UNIT {
 /* Returns a new unit with its pool and generator unit, or null. Release it with VRQ_Free_KCDSA. */
 VRQ_API VRQ_KCDSA_UNIT* VRQ_New_KCDSA(void);
 
-/* Clean wipes and releases all that the unit owns and zeroes it; Free cleans and releases the unit.
- * Null is ignored. */
+/* Clean wipes and releases the numbers and the seed and ends a message that was begun. Direction, digest,
+ * generator and pool stay, so Init may come before the keys are loaded. Free wipes and releases
+ * everything. Null is ignored. */
 VRQ_API void VRQ_Clean_KCDSA(VRQ_KCDSA_UNIT* unit);
 VRQ_API void VRQ_Free_KCDSA(VRQ_KCDSA_UNIT* unit);
 
@@ -56,7 +57,7 @@ VRQ_API void VRQ_Free_KCDSA(VRQ_KCDSA_UNIT* unit);
  *   VRQ_ERR_MEMORY_ALLOC               no memory
  *   VRQ_ERR_SUB_OPERATION_FAILURE      x has no inverse modulo q
  *   VRQ_ERR_MOD_EXP_MONT_BIGINT_FAIL   y: p even or 0, or no memory
- * After the last three the unit is clean. */
+ * After a failure the unit is clean, too. */
 VRQ_API uint32_t VRQ_Set_KCDSA_Params(VRQ_KCDSA_UNIT* unit, const VRQ_BIGINT* p,
                                       const VRQ_BIGINT* q, const VRQ_BIGINT* g, const VRQ_BIGINT* x,
                                       const VRQ_BIGINT* y);

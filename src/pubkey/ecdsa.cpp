@@ -92,7 +92,7 @@ u32 VRQ_Set_ECDSA_Params(VRQ_ECDSA_UNIT* unit, const VRQ_ECURVE* curve, const VR
     }
     VRQ_Free_ECURVE(key.curve);
     key.curve = copy;
-    if (!copy_given(key.d, d) || !copy_given(key.Q, Q)) return fail(kFunction, VRQ_ERR_MEM_ALLOC);
+    if (!put_given(key.d, d) || !put_given(key.Q, Q)) return fail(kFunction, VRQ_ERR_MEM_ALLOC);
     return 0;
 }
 

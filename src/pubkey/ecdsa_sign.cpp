@@ -34,7 +34,7 @@ bool next_secret(VRQ_ECDSA_UNIT& unit, VRQ_BIGINT& k, VRQ_ECPOINT& R) {
 }
 
 bool keep_secret(VRQ_ECDSA_UNIT& unit, const VRQ_BIGINT& k, const VRQ_ECPOINT& R) {
-    if (copy_value(unit.k, k) && copy_value(unit.R, R)) {
+    if (put(unit.k, &k) && put(unit.R, &R)) {
         set_used(*unit.k, word_count(*unit.k));
         return true;
     }

@@ -209,11 +209,27 @@ TEST(KcdsaStatus, LifeCycle) {
     const Kcdsa used = with_private_key();
     EXPECT_EQ(0U, VRQ_Init_KCDSA(used.get(), 1));
     EXPECT_EQ(1, used->direction);
+    ASSERT_EQ(0U, test::update(used.get(), {'o', 'l', 'd'}));
+    VRQ_KCDSA_UNIT kept = {};
+    kept.digest = used->digest;
+    kept.prng = used->prng;
+    kept.direction = 1;
+    kept.pool = used->pool;
     VRQ_Clean_KCDSA(used.get());
-    const VRQ_KCDSA_UNIT zero = {};
-    EXPECT_EQ(0, std::memcmp(&zero, used.get(), sizeof zero));
+    EXPECT_EQ(0, std::memcmp(&kept, used.get(), sizeof kept));
     VRQ_Clean_KCDSA(nullptr);
     VRQ_Free_KCDSA(nullptr);
+
+    // Keys may follow Init; nothing of the message begun before is signed.
+    const KcdsaDomain& d = test::kcdsa_domain("D3");
+    ASSERT_EQ(0U, VRQ_Set_KCDSA_Params(used.get(), d.p, d.q, d.g, Int("123456789"), nullptr));
+    KcdsaSignature signature;
+    ASSERT_EQ(0U, test::update(used.get(), kMessage));
+    ASSERT_EQ(0U, test::sign(used.get(), signature));
+    const Kcdsa other = with_private_key();
+    ASSERT_EQ(0U, VRQ_Init_KCDSA(other.get(), 0));
+    ASSERT_EQ(0U, test::update(other.get(), kMessage));
+    EXPECT_EQ(0U, test::verify(other.get(), signature));
 }
 
 TEST(ProvenKcdsa, RefusesWhatIsNotApproved) {

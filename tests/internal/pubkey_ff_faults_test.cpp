@@ -20,6 +20,19 @@ bool is_one_of(uint32_t status, std::initializer_list<uint32_t> expected) {
     return false;
 }
 
+// A unit without pool and generator: New must not meet the fault.
+struct BareKcdsa : VRQ_KCDSA_UNIT {
+    BareKcdsa() : VRQ_KCDSA_UNIT{} {}
+    BareKcdsa(const BareKcdsa&) = delete;
+    BareKcdsa& operator=(const BareKcdsa&) = delete;
+    ~BareKcdsa() {
+        VRQ_Clean_KCDSA(this);
+        VRQ_Free_DIGEST_Unit(digest);
+        VRQ_Free_PRNG_Unit(prng);
+        if (pool != nullptr) VRQ_Free_BIGINT_Pool(pool);
+    }
+};
+
 // A draw that fails within the shared generator keeps its lock until it is uninstantiated. The domains
 // are loaded here, so that no fault meets them.
 void settle_generator() {
@@ -52,7 +65,7 @@ TEST(PubkeyFfFaults, KcdsaStatuses) {
     const Int x("123456789ABCDEF");
     const Int q3("3");
     test::for_each_allocation_fault([&](std::size_t number) {
-        VRQ_KCDSA_UNIT unit = {};
+        BareKcdsa unit;
         const uint32_t status =
             VRQ_Set_KCDSA_Params(&unit, domain().p, domain().q, domain().g, x, nullptr);
         if (number == 0) {
@@ -61,10 +74,9 @@ TEST(PubkeyFfFaults, KcdsaStatuses) {
             EXPECT_TRUE(is_one_of(status, {0x1006003C, 0x10060059, 0x10060040})) << status;
             EXPECT_EQ(nullptr, unit.p);
         }
-        VRQ_Clean_KCDSA(&unit);
     });
 
-    VRQ_KCDSA_UNIT unit = {};
+    BareKcdsa unit;
     ASSERT_EQ(0U, VRQ_Set_KCDSA_Params(&unit, domain().p, domain().q, domain().g, x, nullptr));
     const auto with_status = [&](const char* what, auto call,
                                  std::initializer_list<uint32_t> expected) {
@@ -146,13 +158,12 @@ TEST(PubkeyFfFaults, KcdsaStatuses) {
                     },
                     {0x3C, 0x1D, 0x59, 0x40});
     }
-    VRQ_Clean_KCDSA(&unit);
 }
 
 // The search allocates without end; the first faults reach every step before it.
 TEST(PubkeyFfFaults, GenerationStatuses) {
     for (std::size_t number = 1; number < 60; ++number) {
-        VRQ_KCDSA_UNIT unit = {};
+        BareKcdsa unit;
         vrq::testing::fail_allocation(number);
         const uint32_t status = VRQ_Generate_KCDSA_Params_Ex(&unit, VRQ_ID_SHA256, 1024, 160);
         const bool struck = vrq::testing::allocation_count() >= number;
@@ -161,7 +172,6 @@ TEST(PubkeyFfFaults, GenerationStatuses) {
             EXPECT_EQ(0x10010000U, status & 0xFFFF0000) << number;
             EXPECT_EQ(0U, VRQ_Get_BIGINT_Bits_Length(unit.p));
         }
-        VRQ_Clean_KCDSA(&unit);
     }
     for (std::size_t number = 1; number < 30; ++number) {
         VRQ_DH_PARAMS params = {};
