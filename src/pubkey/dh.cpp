@@ -26,10 +26,6 @@ static_assert(sizeof(VRQ_DH_UNIT) == 48 && offsetof(VRQ_DH_UNIT, y) == 8 &&
 
 constexpr u32 kFreeExponentBytes = 32; // private keys where q is not known
 
-bool copy_if_given(VRQ_BIGINT*& member, const VRQ_BIGINT* value) {
-    return value == nullptr || put(member, value);
-}
-
 void drop(VRQ_DH_PARAMS*& params) {
     VRQ_Free_DH_Params(params);
     params = nullptr;
@@ -143,7 +139,7 @@ u32 VRQ_Init_DH_Params(VRQ_DH_PARAMS* params, const VRQ_BIGINT* p, const VRQ_BIG
         if (const u32 s = check_order(p, q, g, params->pool); s != 0) return s;
     }
     const bool copied =
-        copy_if_given(params->p, p) && copy_if_given(params->q, q) && copy_if_given(params->g, g);
+        put_given(params->p, p) && put_given(params->q, q) && put_given(params->g, g);
     return copied ? 0 : fail(kFunction, VRQ_ERR_MEMORY_ALLOC);
 }
 
@@ -167,18 +163,12 @@ u32 VRQ_Generate_DH_Params(VRQ_DH_PARAMS* params, u32 digest, u32 p_bits, u32 q_
 }
 
 u32 vrq_prng_DH_Params(u32 digest, const u8* seed, u32 seed_length, u8* out, u32 bits) {
-    if (seed == nullptr || out == nullptr) return kGenerate(VRQ_ERR_NULL_INPUT);
-    ff::Expander expander;
-    if (const u32 s = expander.init(digest); s != 0) return s;
-    return expander.expand(out, bits, seed, seed_length);
+    return ff::expand(kGenerate, digest, seed, seed_length, out, bits);
 }
 
 u32 vrq_Get_Rand_DH_Params_BIGINT(VRQ_DH_PARAMS*, u32 digest, VRQ_BIGINT* out,
                                   const VRQ_BIGINT* q) {
-    if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
-    if (out == nullptr || q == nullptr) return kGenerate(VRQ_ERR_NULL_INPUT);
-    const u32 reason = ff::draw_below(*out, digest, *q, true);
-    return reason == 0 ? 0 : kGenerate(reason);
+    return ff::draw(kGenerate, digest, out, q);
 }
 
 u32 vrq_DH_Pub_Key_Validation(const VRQ_BIGINT* y, const VRQ_DH_PARAMS* params) {
@@ -216,7 +206,7 @@ u32 VRQ_Init_DH(VRQ_DH_UNIT* unit, const VRQ_BIGINT* x, const VRQ_BIGINT* y,
     if (VRQ_Is_Proven() == 1) return fail(kFunction, VRQ_ERR_NOT_PROVEN_ALGORITHM);
     if (unit == nullptr || params == nullptr) return fail(kFunction, VRQ_ERR_INVALID_INPUT);
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
-    if (!copy_if_given(unit->x, x) || !copy_if_given(unit->y, y))
+    if (!put_given(unit->x, x) || !put_given(unit->y, y))
         return fail(kFunction, VRQ_ERR_MEMORY_ALLOC);
     if (unit->params == nullptr) unit->params = VRQ_New_DH_Params();
     if (unit->params == nullptr) return fail(kFunction, VRQ_ERR_MEMORY_ALLOC);

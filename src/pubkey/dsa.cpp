@@ -52,10 +52,6 @@ u32 init_digest(VRQ_DSA_UNIT& unit, u32 algorithm) {
     return fail(VRQ_F_INIT_DSA, VRQ_ERR_INIT_DIGEST_FAIL);
 }
 
-[[nodiscard]] bool copy_optional(VRQ_BIGINT*& to, const VRQ_BIGINT* from) {
-    return from == nullptr || put(to, from);
-}
-
 } // namespace
 
 VRQ_DSA_UNIT* VRQ_New_DSA() { return new_unit<VRQ_DSA_UNIT>(); }
@@ -90,7 +86,7 @@ u32 VRQ_Set_DSA_Params(VRQ_DSA_UNIT* unit, const VRQ_BIGINT* p, const VRQ_BIGINT
     // Copied first: the values may be those of the unit.
     VRQ_DSA_UNIT fresh = {};
     const bool copied = put(fresh.p, p) && put(fresh.q, q) && put(fresh.g, g) && put(fresh.y, y) &&
-                        copy_optional(fresh.x, x);
+                        put_given(fresh.x, x);
     if (copied) {
         VRQ_Clean_DSA(unit);
         std::swap(*unit, fresh);

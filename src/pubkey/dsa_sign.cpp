@@ -13,10 +13,6 @@ namespace {
 
 constexpr u32 fail(u32 function, u32 reason) { return make_status(VRQ_L_DSA, function, reason); }
 
-bool has_domain(const VRQ_DSA_UNIT& unit) {
-    return unit.p != nullptr && unit.q != nullptr && unit.g != nullptr;
-}
-
 bool any_null(const VRQ_DSA_UNIT* unit, const void* r, const void* r_length, const void* s,
               const void* s_length) {
     return unit == nullptr || r == nullptr || r_length == nullptr || s == nullptr ||

@@ -68,9 +68,9 @@ u32 VRQ_Set_ECURVE_Params(VRQ_ECURVE* curve, u32 curve_id, const char* name, con
     if (curve == nullptr) return 1;
     curve->curve_id = curve_id;
     if (name != nullptr) set_name(*curve, name);
-    const bool copied = copy_given(curve->a, a) && copy_given(curve->b, b) &&
-                        copy_given(curve->prime, prime) && copy_given(curve->G, G) &&
-                        copy_given(curve->order, order);
+    const bool copied = put_given(curve->a, a) && put_given(curve->b, b) &&
+                        put_given(curve->prime, prime) && put_given(curve->G, G) &&
+                        put_given(curve->order, order);
     return copied ? 0 : 1;
 }
 

@@ -29,7 +29,7 @@ void VRQ_Free_ECPOINT(VRQ_ECPOINT* point) {
 u32 VRQ_Zero_Value_ECPOINT(VRQ_ECPOINT* point) {
     if (point == nullptr) return 1;
     constexpr VRQ_BIGINT kZero = {};
-    return copy_value(point->x, kZero) && copy_value(point->y, kZero) ? 0 : 1;
+    return put(point->x, &kZero) && put(point->y, &kZero) ? 0 : 1;
 }
 
 u32 vrq_Copy_ECPOINT(VRQ_ECPOINT* to, const VRQ_ECPOINT* from) {

@@ -11,27 +11,19 @@ inline void drop(VRQ_ECPOINT*& member) {
     member = nullptr;
 }
 
-// Copies a value or a point into a member, made when absent. False when memory fails.
-[[nodiscard]] inline bool copy_value(VRQ_BIGINT*& member, const VRQ_BIGINT& value) {
-    if (member == nullptr) member = VRQ_New_BIGINT();
-    return member != nullptr && VRQ_Copy_BIGINT(member, &value) == 0;
-}
-
-[[nodiscard]] inline bool copy_value(VRQ_ECPOINT*& member, const VRQ_ECPOINT& value) {
+[[nodiscard]] inline bool put(VRQ_ECPOINT*& member, const VRQ_ECPOINT* value) {
     if (member == nullptr) member = VRQ_New_ECPOINT();
-    return member != nullptr && vrq_Copy_ECPOINT(member, &value) == 0;
+    return member != nullptr && vrq_Copy_ECPOINT(member, value) == 0;
 }
 
-// The same where null leaves the member as it is.
-template <class Value>
-[[nodiscard]] bool copy_given(Value*& member, const Value* value) {
-    return value == nullptr || copy_value(member, *value);
+[[nodiscard]] inline bool put_given(VRQ_ECPOINT*& member, const VRQ_ECPOINT* value) {
+    return value == nullptr || put(member, value);
 }
 
-// The same where null makes the member absent.
+// Copies a value or a point into a member; null makes it absent.
 template <class Value>
 [[nodiscard]] bool copy_member(Value*& member, const Value* value) {
-    if (value != nullptr) return copy_value(member, *value);
+    if (value != nullptr) return put(member, value);
     drop(member);
     return true;
 }

@@ -93,7 +93,7 @@ u32 VRQ_Set_ECDSA_Params(VRQ_ECDSA_UNIT* unit, const VRQ_ECURVE* curve, const VR
     }
     // d and Q may belong to the curve that goes.
     VRQ_ECURVE* const last = std::exchange(key.curve, copy);
-    const bool copied = copy_given(key.d, d) && copy_given(key.Q, Q);
+    const bool copied = put_given(key.d, d) && put_given(key.Q, Q);
     VRQ_Free_ECURVE(last);
     return copied ? 0 : fail(kFunction, VRQ_ERR_MEM_ALLOC);
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr u32 fail(u32 function, u32 reason) { return make_status(VRQ_L_ECDSA, function, reason); }
 
-bool has_domain(const VRQ_ECURVE* curve) {
+bool is_complete(const VRQ_ECURVE* curve) {
     return curve != nullptr && has_equation(*curve) && curve->order != nullptr &&
            curve->G != nullptr && has_coordinates(*curve->G) && !is_zero(*curve->order);
 }
@@ -34,7 +34,7 @@ bool next_secret(VRQ_ECDSA_UNIT& unit, VRQ_BIGINT& k, VRQ_ECPOINT& R) {
 }
 
 bool keep_secret(VRQ_ECDSA_UNIT& unit, const VRQ_BIGINT& k, const VRQ_ECPOINT& R) {
-    if (copy_value(unit.k, k) && copy_value(unit.R, R)) {
+    if (put(unit.k, &k) && put(unit.R, &R)) {
         set_used(*unit.k, word_count(*unit.k));
         return true;
     }
@@ -67,7 +67,7 @@ bool is_on_curve(const VRQ_ECPOINT& point, const VRQ_ECURVE& curve, VRQ_BIGINT_P
 u32 ecdsa_sign(VRQ_ECDSA_UNIT& unit, NumberOut r_out, NumberOut s_out) {
     constexpr u32 kFunction = VRQ_F_SIGN_ECDSA;
     const VRQ_ECC_KEY& key = *unit.key;
-    if (!has_domain(key.curve)) return fail(kFunction, VRQ_ERR_NULL_INPUT);
+    if (!is_complete(key.curve)) return fail(kFunction, VRQ_ERR_NULL_INPUT);
     if (!start_prng(unit.prng, *key.d, unit.xseed, unit.xseed_length, unit.pool))
         return fail(kFunction, VRQ_ERR_INIT_PRNG_FAIL);
 
@@ -95,7 +95,8 @@ u32 ecdsa_sign(VRQ_ECDSA_UNIT& unit, NumberOut r_out, NumberOut s_out) {
 }
 
 bool ecdsa_verify(VRQ_ECDSA_UNIT& unit, NumberIn r_in, NumberIn s_in) {
-    if (unit.key == nullptr || unit.key->Q == nullptr || !has_domain(unit.key->curve)) return false;
+    if (unit.key == nullptr || unit.key->Q == nullptr || !is_complete(unit.key->curve))
+        return false;
 
     Scratch<7> scratch(unit.pool);
     VRQ_BIGINT* const e = scratch.take();

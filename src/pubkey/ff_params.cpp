@@ -8,6 +8,7 @@
 #include "bigint/scope.h"
 #include "bigint/small_primes.h"
 #include "foundation/bytes.h"
+#include "talvern/module.h"
 #include "talvern/prime.h"
 #include "talvern/random.h"
 
@@ -30,6 +31,19 @@ u64 reduce(const Limb* a, std::size_t n, const Group& group) {
     return rest;
 }
 
+// Calls visit(k, a mod prime k) for every small prime; false as soon as it gives false.
+template <class Visit>
+bool for_each_residue(const Limb* a, std::size_t n, Visit visit) {
+    for (std::size_t i = 0; i < kGroups.count; ++i) {
+        const Group& group = kGroups.all[i];
+        const u64 rest = reduce(a, n, group);
+        for (std::size_t k = group.first; k < std::size_t{group.first} + group.count; ++k) {
+            if (!visit(k, remainder(rest, k))) return false;
+        }
+    }
+    return true;
+}
+
 // Throws out candidates with a small factor: J at first, then q and p = 2Jq + 1 of one J.
 class SmallFactors {
   public:
@@ -37,32 +51,19 @@ class SmallFactors {
     bool take(const VRQ_BIGINT& j) {
         Limb limbs[kMostLimbs];
         const std::size_t n = load(limbs, j);
-        for (std::size_t i = 0; i < kGroups.count; ++i) {
-            const Group& group = kGroups.all[i];
-            const u64 rest = reduce(limbs, n, group);
-            for (std::size_t k = group.first; k < std::size_t{group.first} + group.count; ++k) {
-                const u32 residue = remainder(rest, k);
-                if (residue == 0) return false;
-                twice_j_[k] = static_cast<small_primes::u16>(2 * residue % kPrimes[k]);
-            }
-        }
-        return true;
+        return for_each_residue(limbs, n, [this](std::size_t k, u32 residue) {
+            twice_j_[k] = static_cast<small_primes::u16>(2 * residue % kPrimes[k]);
+            return residue != 0;
+        });
     }
 
     // False when q or p has one.
     bool admits(const VRQ_BIGINT& q) const {
         Limb limbs[kMostLimbs];
         const std::size_t n = load(limbs, q);
-        for (std::size_t i = 0; i < kGroups.count; ++i) {
-            const Group& group = kGroups.all[i];
-            const u64 rest = reduce(limbs, n, group);
-            for (std::size_t k = group.first; k < std::size_t{group.first} + group.count; ++k) {
-                const u32 residue = remainder(rest, k);
-                if (residue == 0) return false;
-                if (remainder(u64{residue} * twice_j_[k] + 1, k) == 0) return false;
-            }
-        }
-        return true;
+        return for_each_residue(limbs, n, [this](std::size_t k, u32 residue) {
+            return residue != 0 && remainder(u64{residue} * twice_j_[k] + 1, k) != 0;
+        });
     }
 
   private:
@@ -272,6 +273,20 @@ u32 draw_below(VRQ_BIGINT& r, u32 digest, const VRQ_BIGINT& bound, bool with_zer
     }
     r.used = 0;
     return VRQ_ERR_GET_RAND_FAIL;
+}
+
+u32 expand(Reporter fail, u32 digest, const u8* seed, u32 seed_length, u8* out, u32 bits) {
+    if (seed == nullptr || out == nullptr) return fail(VRQ_ERR_NULL_INPUT);
+    Expander expander;
+    if (const u32 s = expander.init(digest); s != 0) return s;
+    return expander.expand(out, bits, seed, seed_length);
+}
+
+u32 draw(Reporter fail, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* bound) {
+    if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
+    if (out == nullptr || bound == nullptr) return fail(VRQ_ERR_NULL_INPUT);
+    const u32 reason = draw_below(*out, digest, *bound, true);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 bool is_admitted(Lengths lengths) {

@@ -37,6 +37,11 @@ class Expander {
 // reason. Of r the time tells nothing.
 [[nodiscard]] u32 draw_below(VRQ_BIGINT& r, u32 digest, const VRQ_BIGINT& bound, bool with_zero);
 
+// The exported forms of both, with null pointers refused.
+[[nodiscard]] u32 expand(Reporter fail, u32 digest, const u8* seed, u32 seed_length, u8* out,
+                         u32 bits);
+[[nodiscard]] u32 draw(Reporter fail, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* bound);
+
 // Lengths that the search takes.
 struct Lengths {
     u32 p_bits;

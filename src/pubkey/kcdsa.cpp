@@ -34,10 +34,6 @@ u32 compute_y(VRQ_KCDSA_UNIT& unit) {
                : VRQ_ERR_MOD_EXP_MONT_BIGINT_FAIL;
 }
 
-bool copy_if_given(VRQ_BIGINT*& member, const VRQ_BIGINT* value) {
-    return value == nullptr || put(member, value);
-}
-
 // A message that was begun ends; the unit stays initialised.
 void forget_message(VRQ_KCDSA_UNIT& unit) {
     if (unit.digest != nullptr && VRQ_Init_DIGEST(unit.digest, unit.digest->algorithm) != 0)
@@ -58,8 +54,7 @@ u32 make_key_pair(VRQ_KCDSA_UNIT& unit, const KeySource& source) {
 
 u32 generate_key_pair(VRQ_KCDSA_UNIT* unit, const KeySource& source) {
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
-    if (unit == nullptr || unit->p == nullptr || unit->q == nullptr || unit->g == nullptr)
-        return fail(source.function, VRQ_ERR_NULL_INPUT);
+    if (unit == nullptr || !has_domain(*unit)) return fail(source.function, VRQ_ERR_NULL_INPUT);
     const u32 reason = make_key_pair(*unit, source);
     if (reason == 0) return 0;
     VRQ_Clear_BIGINT(unit->x);
@@ -103,14 +98,14 @@ u32 VRQ_Set_KCDSA_Params(VRQ_KCDSA_UNIT* unit, const VRQ_BIGINT* p, const VRQ_BI
     constexpr u32 kFunction = VRQ_F_SET_KCDSA_PARAMS;
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (unit == nullptr) return fail(kFunction, VRQ_ERR_NULL_INPUT);
-    const bool has_domain = p != nullptr && q != nullptr && g != nullptr;
+    const bool is_complete = p != nullptr && q != nullptr && g != nullptr;
 
     // The values may be those that cleaning the unit releases.
     VRQ_KCDSA_UNIT next{};
-    u32 reason = has_domain ? 0 : VRQ_ERR_INVALID_INPUT;
-    if (has_domain) {
+    u32 reason = is_complete ? 0 : VRQ_ERR_INVALID_INPUT;
+    if (is_complete) {
         const bool copied = put(next.p, p) && put(next.q, q) && put(next.g, g) &&
-                            copy_if_given(next.x, x) && copy_if_given(next.y, y);
+                            put_given(next.x, x) && put_given(next.y, y);
         if (!copied) reason = VRQ_ERR_MEMORY_ALLOC;
         if (copied && x != nullptr && y == nullptr) reason = compute_y(next);
     }
@@ -141,9 +136,5 @@ u32 VRQ_Generate_KCDSA_Key_Pair(VRQ_KCDSA_UNIT* unit) {
 }
 
 u32 vrq_Get_Rand_KCDSA_BIGINT(VRQ_KCDSA_UNIT*, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* q) {
-    constexpr u32 kFunction = VRQ_F_GET_RAND_KCDSA_BIGINT;
-    if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
-    if (out == nullptr || q == nullptr) return fail(kFunction, VRQ_ERR_NULL_INPUT);
-    const u32 reason = ff::draw_below(*out, digest, *q, true);
-    return reason == 0 ? 0 : fail(kFunction, reason);
+    return ff::draw({VRQ_L_KCDSA, VRQ_F_GET_RAND_KCDSA_BIGINT}, digest, out, q);
 }

@@ -94,14 +94,6 @@ u32 generate(VRQ_KCDSA_UNIT* unit, u32 digest, ff::Lengths lengths, const Varian
     return status;
 }
 
-u32 expand(u32 digest, const u8* seed, u32 seed_length, u8* out, u32 bits, u32 function) {
-    if (seed == nullptr || out == nullptr)
-        return make_status(VRQ_L_KCDSA, function, VRQ_ERR_NULL_INPUT);
-    ff::Expander expander;
-    if (const u32 s = expander.init(digest); s != 0) return s;
-    return expander.expand(out, bits, seed, seed_length);
-}
-
 } // namespace
 
 u32 VRQ_Generate_KCDSA_Params_Ex(VRQ_KCDSA_UNIT* unit, u32 digest, u32 p_bits, u32 q_bits) {
@@ -113,11 +105,11 @@ u32 VRQ_Generate_KCDSA_Params(VRQ_KCDSA_UNIT* unit, u32 p_bits, u32 q_bits) {
 }
 
 u32 prng_KCDSA_ex(u32 digest, const u8* seed, u32 seed_length, u8* out, u32 bits) {
-    return expand(digest, seed, seed_length, out, bits, VRQ_F_GENERATE_KCDSA_PARAMS_EX);
+    return ff::expand(kEx.fail, digest, seed, seed_length, out, bits);
 }
 
 u32 prng_KCDSA(const u8* seed, u32 seed_length, u8* out, u32 bits) {
-    return expand(VRQ_ID_HAS160, seed, seed_length, out, bits, VRQ_F_GENERATE_KCDSA_PARAMS);
+    return ff::expand(kOlder.fail, VRQ_ID_HAS160, seed, seed_length, out, bits);
 }
 
 u32 generate_KCDSA_seeds(VRQ_KCDSA_UNIT* unit, u8* seed, u32 length) {

@@ -43,10 +43,6 @@ bool too_short_in_proven_mode(const VRQ_KCDSA_UNIT& unit, bool signs) {
     return key != nullptr && !is_as_long_as(*key, signs ? kProvenX : kProvenY);
 }
 
-bool has_domain(const VRQ_KCDSA_UNIT& unit) {
-    return unit.p != nullptr && unit.q != nullptr && unit.g != nullptr;
-}
-
 // Binds the digest and begins a message.
 u32 init(VRQ_KCDSA_UNIT& unit, i32 direction, u32 digest, u32 function) {
     drop(unit.z);

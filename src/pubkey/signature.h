@@ -43,6 +43,17 @@ inline void drop(VRQ_PRNG_UNIT*& member) {
     return make(member) && VRQ_Copy_BIGINT(member, value) == 0;
 }
 
+// The same where null leaves the member as it is.
+[[nodiscard]] inline bool put_given(VRQ_BIGINT*& member, const VRQ_BIGINT* value) {
+    return value == nullptr || put(member, value);
+}
+
+// Whether a unit over a finite field has p, q and g.
+template <class Unit>
+bool has_domain(const Unit& unit) {
+    return unit.p != nullptr && unit.q != nullptr && unit.g != nullptr;
+}
+
 // Bytes of a value; 0 for null.
 inline std::size_t byte_length(const VRQ_BIGINT* a) {
     return a == nullptr ? 0 : (value_bits(*a) + 7) / 8;
