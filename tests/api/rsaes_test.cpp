@@ -301,13 +301,8 @@ TEST(Rsaes, MalformedOaepBlocks) {
 
 // Keys too short for an encoding, down to a modulus of two bytes.
 TEST(Rsaes, TinyModuli) {
-    const Int n("CA1"); // 61 * 53
-    const Int e("11");
-    const Int d("AC1");
-    const Int even("CA2");
-    const RsaUnit unit(VRQ_New_RSA());
-    ASSERT_EQ(0U,
-              VRQ_Set_RSA_Params(unit.get(), n, e, d, nullptr, nullptr, nullptr, nullptr, nullptr));
+    const RsaUnit unit = test::tiny_rsa();
+    ASSERT_NE(nullptr, unit);
     Bytes out;
     for (const uint32_t mode : {8U, 16U, 32U}) {
         for (const uint32_t direction : {0U, 1U}) {
@@ -325,7 +320,7 @@ TEST(Rsaes, TinyModuli) {
     EXPECT_EQ(0U, decrypt(unit.get(), {0x0A, 0xE6}, out));
     EXPECT_EQ((Bytes{0x41}), out);
 
-    ASSERT_EQ(0U, VRQ_Set_RSA_Public_Params(unit.get(), even, e));
+    ASSERT_EQ(0U, VRQ_Set_RSA_Public_Params(unit.get(), Int("CA2"), Int("11")));
     ASSERT_EQ(0U, init(unit, 0, VRQ_RSA_PUBLIC));
     EXPECT_EQ(0x18090059U, encrypt(unit.get(), {0x41}, out)) << "an even modulus";
     EXPECT_EQ(0x180A0059U, decrypt(unit.get(), {0, 0x41}, out));

@@ -87,4 +87,17 @@ struct RsaKey {
     }
 };
 
+// A key with n = 61 * 53, or null. Of so small a modulus one blinding factor in 28 shares a prime and has no
+// inverse, so that the load fails; another load draws another factor.
+inline RsaUnit tiny_rsa() {
+    RsaUnit unit = new_rsa();
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const uint32_t status = VRQ_Set_RSA_Params(unit.get(), Int("CA1"), Int("11"), Int("AC1"),
+                                                   nullptr, nullptr, nullptr, nullptr, nullptr);
+        if (status == 0) return unit;
+        EXPECT_EQ(0x18010059U, status);
+    }
+    return nullptr;
+}
+
 } // namespace test
