@@ -87,13 +87,13 @@ u32 VRQ_Set_ECDSA_Params(VRQ_ECDSA_UNIT* unit, const VRQ_ECURVE* curve, const VR
     VRQ_ECC_KEY& key = *unit->key;
     VRQ_ECURVE* const copy = copy_of(*curve);
     if (copy == nullptr) return fail(kFunction, VRQ_ERR_MEM_ALLOC);
-    if (key.curve != nullptr && !is_same_group(*key.curve, *copy)) {
+    // d and Q may be values of the unit that go: those of the last curve, k or R.
+    VRQ_ECURVE* const last = std::exchange(key.curve, copy);
+    const bool copied = put_given(key.d, d) && put_given(key.Q, Q);
+    if (last != nullptr && !is_same_group(*last, *copy)) {
         drop(unit->k);
         drop(unit->R);
     }
-    // d and Q may belong to the curve that goes.
-    VRQ_ECURVE* const last = std::exchange(key.curve, copy);
-    const bool copied = put_given(key.d, d) && put_given(key.Q, Q);
     VRQ_Free_ECURVE(last);
     return copied ? 0 : fail(kFunction, VRQ_ERR_MEM_ALLOC);
 }

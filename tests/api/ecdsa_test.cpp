@@ -421,6 +421,17 @@ TEST(Ecdsa, ParametersMayBelongToTheUnit) {
     ASSERT_EQ(0U, VRQ_Set_ECDSA_Params(t.unit.get(), curve, curve->order, curve->G));
     EXPECT_EQ(order, Int(t.unit->key->d).hex());
     EXPECT_EQ(g, Point(t.unit->key->Q).text());
+
+    const P256 last; // k and R go with the curve
+    Signature signature;
+    ASSERT_EQ(0U, sign(last.unit, signature));
+    const std::string k = Int(last.unit->k).hex();
+    const std::string r = Point(last.unit->R).text();
+    const Curve other(test::group_named("secp384r1").get());
+    ASSERT_EQ(0U, VRQ_Set_ECDSA_Params(last.unit.get(), other, last.unit->k, last.unit->R));
+    EXPECT_EQ(k, Int(last.unit->key->d).hex());
+    EXPECT_EQ(r, Point(last.unit->key->Q).text());
+    EXPECT_EQ(nullptr, last.unit->k);
 }
 
 // On a curve of composite order s need not have an inverse.
