@@ -148,7 +148,7 @@ VRQ_API uint32_t VRQ_Generate_KCDSA_Key_Pair_Ex(VRQ_KCDSA_UNIT* unit);
 VRQ_API uint32_t VRQ_Generate_KCDSA_Key_Pair(VRQ_KCDSA_UNIT* unit);
 
 /* out = a random number below q, every one as likely: bytes of the Hash_DRBG expanded with the digest,
- * drawn again until below q. The unit may be null.
+ * drawn again until below q. The unit may be null, and out may be q.
  * Returns 0, a self-test status, or
  *   VRQ_ERR_NULL_INPUT             null out or q
  *   VRQ_ERR_INVALID_INPUT          q is 0

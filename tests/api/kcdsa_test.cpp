@@ -286,6 +286,9 @@ TEST(Kcdsa, RandomNumbersCoverAllBelowTheBound) {
     ASSERT_EQ(0U, vrq_Get_Rand_KCDSA_BIGINT(nullptr, VRQ_ID_HAS160, out, p));
     EXPECT_EQ(-1, VRQ_Cmp_BIGINT(out, p));
     EXPECT_GT(VRQ_Get_BIGINT_Bits_Length(out), 1900U);
+    const Int own(p);
+    ASSERT_EQ(0U, vrq_Get_Rand_KCDSA_BIGINT(nullptr, VRQ_ID_SHA256, own, own));
+    EXPECT_EQ(-1, VRQ_Cmp_BIGINT(own, p));
 }
 
 // The expansion gives J and q of the published domains.
