@@ -31,15 +31,19 @@ void drop_xseed(VRQ_DSA_UNIT& unit) {
     unit.xseed_length = 0;
 }
 
+// The bytes may be those of the unit.
 [[nodiscard]] bool set_xseed(VRQ_DSA_UNIT& unit, const u8* xseed, i32 length) {
+    const bool is_given = xseed != nullptr && length > 0;
+    u8* copy = nullptr;
+    if (is_given) {
+        const auto size = static_cast<std::size_t>(length);
+        copy = static_cast<u8*>(allocate(size));
+        if (copy != nullptr) std::memcpy(copy, xseed, size);
+    }
     drop_xseed(unit);
-    if (xseed == nullptr || length <= 0) return true;
-    const auto size = static_cast<std::size_t>(length);
-    unit.xseed = static_cast<u8*>(allocate(size));
-    if (unit.xseed == nullptr) return false;
-    std::memcpy(unit.xseed, xseed, size);
-    unit.xseed_length = length;
-    return true;
+    unit.xseed = copy;
+    unit.xseed_length = copy != nullptr ? length : 0;
+    return !is_given || copy != nullptr;
 }
 
 // A freshly made digest unit that the digest refuses is freed again.

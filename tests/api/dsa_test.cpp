@@ -294,6 +294,11 @@ TEST(Dsa, SecretComesFromKeyAndSeed) {
     Signature again;
     ASSERT_EQ(0U, sign(unit, again, VRQ_ID_SHA1, kMessage, xseed));
     EXPECT_EQ(signature.s, again.s);
+    // the bytes may be those of the unit
+    ASSERT_EQ(0U, VRQ_Init_DSA(unit.get(), VRQ_ID_SHA1, 1, unit->xseed, unit->xseed_length));
+    ASSERT_EQ(0U, VRQ_Update_DSA(unit.get(), kMessage.data(), 6));
+    ASSERT_EQ(0U, test::sign<VRQ_Final_DSA>(unit.get(), again, order_bytes(unit.get())));
+    EXPECT_EQ(signature.s, again.s);
     ASSERT_EQ(0U, sign(unit, again));
     EXPECT_NE(signature.s, again.s);
 
