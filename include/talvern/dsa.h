@@ -93,6 +93,7 @@ VRQ_API uint32_t VRQ_Sign_DSA(VRQ_DSA_UNIT* unit, uint8_t* r, uint32_t* r_length
  *   VRQ_ERR_START_BIGINT_POOL_FAIL  the pool refused
  *   VRQ_ERR_FINAL_DIGEST_FAIL       the digest refused
  *   VRQ_ERR_COMPARE_FAIL            r or s not in 1 to q - 1, or the signature does not verify
+ *   VRQ_ERR_INVALID_KEY_PAIR        y not in 2 to p - 2
  *   the last three of VRQ_Sign_DSA  the domain is none, or no memory */
 VRQ_API uint32_t VRQ_Verify_DSA(VRQ_DSA_UNIT* unit, const uint8_t* r, const uint32_t* r_length,
                                 const uint8_t* s, const uint32_t* s_length);

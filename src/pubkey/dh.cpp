@@ -45,7 +45,7 @@ u32 check_order(const VRQ_BIGINT* p, const VRQ_BIGINT* q, const VRQ_BIGINT* g,
 // 2 <= y < p, and of order q where q is known.
 bool is_public_key(const VRQ_BIGINT& y, const VRQ_BIGINT& p, const VRQ_BIGINT* q,
                    VRQ_BIGINT_POOL* pool) {
-    if (value_bits(y) < 2 || !is_below_var(y, p)) return false;
+    if (!is_in_key_range(y, p)) return false;
     if (q == nullptr) return true;
     Scratch<1> scratch(pool);
     VRQ_BIGINT* const power = scratch.take();

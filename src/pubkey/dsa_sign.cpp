@@ -25,6 +25,14 @@ bool commitment(VRQ_BIGINT& r, const VRQ_DSA_UNIT& unit, const VRQ_BIGINT& k) {
            VRQ_Div_BIGINT(nullptr, &r, &r, unit.q, unit.pool) == 0;
 }
 
+// 2 <= y <= p - 2 (SP 800-89, section 5.3.1): keys of order 1 or 2 let everybody sign.
+bool is_public_key(const VRQ_BIGINT& y, const VRQ_BIGINT& p, VRQ_BIGINT_POOL* pool) {
+    if (!is_in_key_range(y, p)) return false;
+    Scratch<1> scratch(pool);
+    VRQ_BIGINT* const above = scratch.take();
+    return above != nullptr && VRQ_Sub_BIGINT(above, &p, &y, pool) == 0 && value_bits(*above) >= 2;
+}
+
 } // namespace
 
 u32 VRQ_Sign_DSA(VRQ_DSA_UNIT* unit, u8* r_out, u32* r_length, u8* s_out, u32* s_length) {
@@ -76,6 +84,8 @@ u32 VRQ_Verify_DSA(VRQ_DSA_UNIT* unit, const u8* r_in, const u32* r_length, cons
         return fail(kFunction, VRQ_ERR_FINAL_DIGEST_FAIL);
     if (!read_half(*r, {r_in, *r_length}, q) || !read_half(*s, {s_in, *s_length}, q))
         return fail(kFunction, VRQ_ERR_COMPARE_FAIL);
+    if (!is_public_key(*unit->y, *unit->p, unit->pool))
+        return fail(kFunction, VRQ_ERR_INVALID_KEY_PAIR);
     if (!verification_factors(*u, *v, *e, *r, *s, q, unit->pool))
         return fail(kFunction, VRQ_ERR_MOD_INVERSE_BIGINT_FAIL);
     if (mod_exp2_mont_var(s, unit->g, u, unit->y, v, unit->p, unit->pool) != 0)

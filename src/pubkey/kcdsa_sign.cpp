@@ -160,11 +160,6 @@ bool read_signature(VRQ_BIGINT& s, Digest& r, const VRQ_KCDSA_UNIT& unit, std::s
            is_below_var(s, *unit.q);
 }
 
-// 2 <= y < p: with a y of 0 or 1 everybody could sign.
-bool is_public_key(const VRQ_BIGINT& y, const VRQ_BIGINT& p) {
-    return value_bits(y) >= 2 && is_below_var(y, p);
-}
-
 u32 verify(VRQ_KCDSA_UNIT& unit, std::span<const u8> r_in, std::span<const u8> s_in) {
     constexpr u32 kFunction = VRQ_F_VERIFY_KCDSA;
     Digest v;
@@ -178,7 +173,7 @@ u32 verify(VRQ_KCDSA_UNIT& unit, std::span<const u8> r_in, std::span<const u8> s
         return fail(kFunction, VRQ_ERR_GET_BIGINT_POOL_FAIL);
 
     Digest r;
-    if (!read_signature(*s, r, unit, r_in, s_in) || !is_public_key(*unit.y, *unit.p))
+    if (!read_signature(*s, r, unit, r_in, s_in) || !is_in_key_range(*unit.y, *unit.p))
         return fail(kFunction, VRQ_ERR_VERIFY_FAILURE);
     if (const u32 status = make_e(*e, unit, r, v, kFunction); status != 0) return status;
     if (mod_exp2_mont_var(w, unit.y, s, unit.g, e, unit.p, unit.pool) != 0)

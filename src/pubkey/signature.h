@@ -54,6 +54,11 @@ bool has_domain(const Unit& unit) {
     return unit.p != nullptr && unit.q != nullptr && unit.g != nullptr;
 }
 
+// 2 <= y < p. The public keys 0 and 1 protect nothing.
+inline bool is_in_key_range(const VRQ_BIGINT& y, const VRQ_BIGINT& p) {
+    return value_bits(y) >= 2 && is_below_var(y, p);
+}
+
 // Bytes of a value; 0 for null.
 inline std::size_t byte_length(const VRQ_BIGINT* a) {
     return a == nullptr ? 0 : (value_bits(*a) + 7) / 8;

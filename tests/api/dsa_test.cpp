@@ -359,6 +359,46 @@ TEST(Dsa, ForgedSignatures) {
     EXPECT_EQ(kNotVerified, verify(unit, {good.r, s_above}));
 }
 
+// Where y is 1 or -1 modulo p, r = g^t mod q and s = e / t solve the equation for any t, or for those
+// with an even r / s. libcrypto does not test keys.
+TEST(Dsa, PublicKeysOutOfRangeVerifyNothing) {
+    const auto all = domains();
+    const Domain& d = all.at("D1");
+    const Bytes digest = test::digest_of(VRQ_ID_SHA1, kMessage);
+    Int t;
+    Int r;
+    Int s;
+    Int v;
+    do {
+        ASSERT_EQ(0U, VRQ_Add_BIGINT_Word(t, 1));
+        ASSERT_EQ(0U, VRQ_Mod_Exp_Mont_BIGINT(r, d.g, t, d.p, nullptr));
+        ASSERT_EQ(0U, VRQ_Div_BIGINT(nullptr, r, r, d.q, nullptr));
+        ASSERT_EQ(0U, VRQ_Mod_Inverse_BIGINT(s, t, d.q, nullptr));
+        ASSERT_EQ(0U, VRQ_Mtp_BIGINT(s, s, Int(digest), nullptr));
+        ASSERT_EQ(0U, VRQ_Div_BIGINT(nullptr, s, s, d.q, nullptr));
+        ASSERT_EQ(0U, VRQ_Mod_Inverse_BIGINT(v, s, d.q, nullptr));
+        ASSERT_EQ(0U, VRQ_Mtp_BIGINT(v, v, r, nullptr));
+        ASSERT_EQ(0U, VRQ_Div_BIGINT(nullptr, v, v, d.q, nullptr));
+    } while (VRQ_Is_BIGINT_Bit_Set(v, 0) != 0);
+    Signature forged = {Bytes(20), Bytes(20)};
+    forged.r.resize(VRQ_BIGINT_To_Binary_Unsigned(r, forged.r.data()));
+    forged.s.resize(VRQ_BIGINT_To_Binary_Unsigned(s, forged.s.data()));
+
+    const Int below(d.p);
+    const Int above(d.p);
+    ASSERT_EQ(0U, VRQ_Sub_BIGINT_Word(below, 1));
+    ASSERT_EQ(0U, VRQ_Add_BIGINT_Word(above, 1));
+    for (const Int& y : {Int("1"), below, above}) {
+        for (const Int& stored : {y, test::with_leading_zeros(y)}) {
+            const Unit unit = unit_of(d, nullptr, stored);
+            EXPECT_EQ(1, Peer(unit.get()).verify(digest, forged)) << y.hex();
+            EXPECT_EQ(kNotVerified, verify(unit, forged)) << y.hex();
+        }
+    }
+    for (const char* y : {"0", "2"})
+        EXPECT_EQ(kNotVerified, verify(unit_of(d, nullptr, Int(y)), forged));
+}
+
 // Neither refuses a good signature nor admits s + q.
 TEST(Dsa, LeadingZeroWordsCountForNothing) {
     const auto all = domains();
