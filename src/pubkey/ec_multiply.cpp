@@ -377,7 +377,7 @@ u32 vrq_Mtp_Fp_ECC(VRQ_ECPOINT* out, const VRQ_ECURVE* curve, const VRQ_ECPOINT*
     if (out == nullptr || curve == nullptr || P == nullptr || k == nullptr) return 1;
     if (!has_equation(*curve) || !has_coordinates(*P)) return 1;
     if (is_zero(*k)) return 0;
-    if (vrq_Is_ECPOINT_Zero(P) != 0) return vrq_Copy_ECPOINT(out, P);
+    if (vrq_Is_ECPOINT_Zero(P) != 0) return assign_point(*out, *P->x, *P->y) ? 0 : 1;
 
     const Owned<VRQ_BIGINT_POOL, VRQ_Free_BIGINT_Pool> pool(VRQ_New_BIGINT_Pool());
     if (pool == nullptr) return 1;
