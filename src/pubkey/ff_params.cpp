@@ -306,7 +306,7 @@ u32 search(const Domain& domain, const Plan& plan, bool& exhausted) {
     return run.run(exhausted);
 }
 
-u32 draw_random_seed(const void*, u8* out, u32 length) {
+u32 draw_random_seed(void*, u8* out, u32 length) {
     return VRQ_Rand_Bytes(out, static_cast<i32>(length));
 }
 
