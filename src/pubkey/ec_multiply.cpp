@@ -295,12 +295,6 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     return arithmetic.store(out, sum);
 }
 
-// Wipes the stack that a multiplication has used: at most about 10 KiB.
-[[gnu::noinline]] void wipe_multiplication() {
-    unsigned char below[16384];
-    wipe(below, sizeof below);
-}
-
 std::size_t field_size(const VRQ_BIGINT& prime) {
     if (!is_odd(prime) || value_bits(prime) == 1) return 0;
     for (const std::size_t size : kFieldSizes) {
@@ -353,8 +347,8 @@ bool affine_multiple(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOIN
 
 bool vrq::ec_multiply(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOINT& P,
                       const VRQ_BIGINT& k, std::size_t bits, VRQ_BIGINT_POOL* pool) {
+    const ScopeExit wiping(wipe_stack<16384>); // a multiplication uses about 10 KiB
     const Outcome outcome = multiply_here(out, curve, P, k, bits);
-    wipe_multiplication();
     if (outcome != Outcome::kNotHere) return outcome == Outcome::kDone;
     return affine_multiply(out, curve, P, k, pool);
 }

@@ -8,6 +8,7 @@
 #include "bigint/scope.h"
 #include "bigint/small_primes.h"
 #include "foundation/bytes.h"
+#include "pubkey/signature.h"
 #include "talvern/module.h"
 #include "talvern/prime.h"
 #include "talvern/random.h"
@@ -286,6 +287,7 @@ u32 draw(Reporter fail, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* bound) {
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (out == nullptr || bound == nullptr) return fail(VRQ_ERR_NULL_INPUT);
     const u32 reason = draw_below(*out, digest, *bound, true);
+    wipe_spills();
     return reason == 0 ? 0 : fail(reason);
 }
 
