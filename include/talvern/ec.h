@@ -9,7 +9,7 @@
  * point (0, 0) of order 2 therefore cannot be told from infinity.
  *
  * Functions that return a status give 0, or 1 for a missing argument or parameter and for want of
- * memory; out is then as it was. out may be one of the inputs.
+ * memory; out is then as it was, but a copy may have been made in part. out may be one of the inputs.
  */
 #ifndef TALVERN_EC_H
 #define TALVERN_EC_H

@@ -4,6 +4,7 @@
 #include "bigint/mod_exp.h"
 #include "bigint/residue.h"
 #include "bigint/scope.h"
+#include "foundation/scope.h"
 #include "foundation/unit.h"
 #include "pubkey/ff_params.h"
 #include "pubkey/signature.h"
@@ -221,6 +222,7 @@ u32 VRQ_Generate_DH_Key_Pair(VRQ_DH_UNIT* unit) {
         unit->params->g == nullptr)
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
+    const ScopeExit wiping(wipe_spills);
     const u32 reason = make_key_pair(*unit);
     if (reason == 0) return 0;
     VRQ_Clear_BIGINT(unit->x);
@@ -236,6 +238,7 @@ u32 VRQ_Compute_Key(VRQ_DH_UNIT* unit, const VRQ_BIGINT* peer_y, u8* out, u32* o
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
 
+    const ScopeExit wiping(wipe_spills);
     const VRQ_DH_PARAMS& params = *unit->params;
     // Without q the range is all that can be tested.
     if (!is_public_key(*peer_y, *params.p, params.q, unit->pool))

@@ -1,7 +1,6 @@
 // The DSA unit: life cycle, domain and key, messages.
 #include "talvern/dsa.h"
 #include "foundation/unit.h"
-#include "pubkey/dsa_common.h"
 #include "pubkey/signature.h"
 #include "talvern/module.h"
 

@@ -7,7 +7,6 @@
 #include "talvern/module.h"
 #include "talvern/prime.h"
 
-#include <algorithm>
 #include <cstring>
 
 using namespace vrq;

@@ -2,6 +2,7 @@
 #include "bigint/mod_exp.h"
 #include "bigint/residue.h"
 #include "bigint/scope.h"
+#include "foundation/scope.h"
 #include "pubkey/dsa_common.h"
 #include "pubkey/signature.h"
 #include "talvern/dsa.h"
@@ -39,6 +40,7 @@ u32 VRQ_Sign_DSA(VRQ_DSA_UNIT* unit, u8* r_out, u32* r_length, u8* s_out, u32* s
     constexpr u32 kFunction = VRQ_F_SIGN_DSA;
     if (any_null(unit, r_out, r_length, s_out, s_length) || unit->x == nullptr)
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
+    const ScopeExit wiping(wipe_generation_spills);
     if (!start_prng(unit->prng, *unit->x, unit->xseed, static_cast<u32>(unit->xseed_length),
                     unit->pool))
         return fail(kFunction, VRQ_ERR_INIT_PRNG_FAIL);
@@ -104,6 +106,7 @@ u32 VRQ_Generate_DSA_Key_Pair(VRQ_DSA_UNIT* unit) {
     if (!make(unit->x) || !make(unit->y) || unit->pool == nullptr || unit->prng == nullptr)
         return fail(kFunction, VRQ_ERR_MEMORY_ALLOC);
 
+    const ScopeExit wiping(wipe_generation_spills);
     if (VRQ_Init_PRNG(unit->prng, VRQ_ID_SHA1, nullptr, 0, nullptr, 0, unit->pool) != 0)
         return fail(kFunction, VRQ_ERR_INIT_PRNG_FAIL);
     if (!draw_secret(*unit->x, *unit->prng, *unit->q))

@@ -295,12 +295,6 @@ Outcome multiply_two_var(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_BI
     return arithmetic.store(out, sum);
 }
 
-// Wipes the stack that a multiplication has used: at most about 10 KiB.
-[[gnu::noinline]] void wipe_multiplication() {
-    unsigned char below[16384];
-    wipe(below, sizeof below);
-}
-
 std::size_t field_size(const VRQ_BIGINT& prime) {
     if (!is_odd(prime) || value_bits(prime) == 1) return 0;
     for (const std::size_t size : kFieldSizes) {
@@ -353,8 +347,8 @@ bool affine_multiple(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOIN
 
 bool vrq::ec_multiply(VRQ_ECPOINT& out, const VRQ_ECURVE& curve, const VRQ_ECPOINT& P,
                       const VRQ_BIGINT& k, std::size_t bits, VRQ_BIGINT_POOL* pool) {
+    const ScopeExit wiping(wipe_stack<16384>); // a multiplication uses about 10 KiB
     const Outcome outcome = multiply_here(out, curve, P, k, bits);
-    wipe_multiplication();
     if (outcome != Outcome::kNotHere) return outcome == Outcome::kDone;
     return affine_multiply(out, curve, P, k, pool);
 }
@@ -377,7 +371,7 @@ u32 vrq_Mtp_Fp_ECC(VRQ_ECPOINT* out, const VRQ_ECURVE* curve, const VRQ_ECPOINT*
     if (out == nullptr || curve == nullptr || P == nullptr || k == nullptr) return 1;
     if (!has_equation(*curve) || !has_coordinates(*P)) return 1;
     if (is_zero(*k)) return 0;
-    if (vrq_Is_ECPOINT_Zero(P) != 0) return vrq_Copy_ECPOINT(out, P);
+    if (vrq_Is_ECPOINT_Zero(P) != 0) return assign_point(*out, *P->x, *P->y) ? 0 : 1;
 
     const Owned<VRQ_BIGINT_POOL, VRQ_Free_BIGINT_Pool> pool(VRQ_New_BIGINT_Pool());
     if (pool == nullptr) return 1;

@@ -1,6 +1,5 @@
 // Points: life cycle, copies, comparison, negation.
 #include "bigint/record.h"
-#include "bigint/scope.h"
 #include "foundation/unit.h"
 #include "pubkey/ec_records.h"
 #include "talvern/ec.h"

@@ -3,6 +3,7 @@
 
 #include "bigint/residue.h"
 #include "bigint/scope.h"
+#include "foundation/scope.h"
 #include "pubkey/ec_affine.h"
 #include "pubkey/ec_multiply.h"
 #include "pubkey/ec_records.h"
@@ -68,6 +69,7 @@ u32 ecdsa_sign(VRQ_ECDSA_UNIT& unit, NumberOut r_out, NumberOut s_out) {
     constexpr u32 kFunction = VRQ_F_SIGN_ECDSA;
     const VRQ_ECC_KEY& key = *unit.key;
     if (!is_complete(key.curve)) return fail(kFunction, VRQ_ERR_NULL_INPUT);
+    const ScopeExit wiping(wipe_generation_spills);
     if (!start_prng(unit.prng, *key.d, unit.xseed, unit.xseed_length, unit.pool))
         return fail(kFunction, VRQ_ERR_INIT_PRNG_FAIL);
 

@@ -8,6 +8,7 @@
 #include "bigint/scope.h"
 #include "bigint/small_primes.h"
 #include "foundation/bytes.h"
+#include "pubkey/signature.h"
 #include "talvern/module.h"
 #include "talvern/prime.h"
 #include "talvern/random.h"
@@ -285,11 +286,17 @@ u32 expand(Reporter fail, u32 digest, const u8* seed, u32 seed_length, u8* out, 
 u32 draw(Reporter fail, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* bound) {
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (out == nullptr || bound == nullptr) return fail(VRQ_ERR_NULL_INPUT);
+<<<<<<< HEAD
     Scratch<1> own(nullptr); // out may be the bound
     VRQ_BIGINT* const drawn = own.take();
     const u32 reason = draw_below(*drawn, digest, *bound, true);
     if (reason != 0) return fail(reason);
     return VRQ_Copy_BIGINT(out, drawn) == 0 ? 0 : fail(VRQ_ERR_BINARY_TO_BIGINT_FAIL);
+=======
+    const u32 reason = draw_below(*out, digest, *bound, true);
+    wipe_spills();
+    return reason == 0 ? 0 : fail(reason);
+>>>>>>> review7
 }
 
 bool is_admitted(Lengths lengths) {
@@ -309,7 +316,7 @@ u32 search(const Domain& domain, const Plan& plan, bool& exhausted) {
     return run.run(exhausted);
 }
 
-u32 draw_random_seed(const void*, u8* out, u32 length) {
+u32 draw_random_seed(void*, u8* out, u32 length) {
     return VRQ_Rand_Bytes(out, static_cast<i32>(length));
 }
 

@@ -34,7 +34,7 @@ class Expander {
 };
 
 // r = a number below the bound, every one as likely, but not 0 where that is asked for. Returns 0 or the
-// reason. Of r the time tells nothing.
+// reason. Of r the time tells how many words on top are 0.
 [[nodiscard]] u32 draw_below(VRQ_BIGINT& r, u32 digest, const VRQ_BIGINT& bound, bool with_zero);
 
 // The exported forms of both, with null pointers refused.
@@ -54,10 +54,10 @@ struct Plan {
     Reporter fail;
     Lengths lengths;
     u32 digest;
-    u32 limit;          // counters tried for one J
-    bool new_seed;      // start again with a new one after that
-    const void* source; // handed to draw_seed
-    u32 (*draw_seed)(const void* source, u8* out, u32 length); // 0 when drawn
+    u32 limit;                                           // counters tried for one J
+    bool new_seed;                                       // start again with a new one after that
+    void* source;                                        // handed to draw_seed
+    u32 (*draw_seed)(void* source, u8* out, u32 length); // 0 when drawn
 };
 
 // Where the search puts what it finds; all present. seed has q_bits / 8 + kCounterBytes bytes.
@@ -83,7 +83,7 @@ constexpr u32 kFullLimit = u32{1} << 24;
 [[nodiscard]] u32 search(const Domain& domain, const Plan& plan, bool& exhausted);
 
 // From VRQ_Rand_Bytes; the source is not looked at.
-u32 draw_random_seed(const void* source, u8* out, u32 length);
+u32 draw_random_seed(void* source, u8* out, u32 length);
 
 // Makes the seed buffer of a unit. False when there is no memory.
 [[nodiscard]] bool make_seed(u8*& seed, u32& seed_length, u32 q_bits);

@@ -2,6 +2,7 @@
 #include "talvern/kcdsa.h"
 #include "bigint/residue.h"
 #include "bigint/scope.h"
+#include "foundation/scope.h"
 #include "foundation/unit.h"
 #include "pubkey/ff_params.h"
 #include "pubkey/signature.h"
@@ -55,6 +56,7 @@ u32 make_key_pair(VRQ_KCDSA_UNIT& unit, const KeySource& source) {
 u32 generate_key_pair(VRQ_KCDSA_UNIT* unit, const KeySource& source) {
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (unit == nullptr || !has_domain(*unit)) return fail(source.function, VRQ_ERR_NULL_INPUT);
+    const ScopeExit wiping(wipe_spills);
     const u32 reason = make_key_pair(*unit, source);
     if (reason == 0) return 0;
     VRQ_Clear_BIGINT(unit->x);
@@ -100,6 +102,7 @@ u32 VRQ_Set_KCDSA_Params(VRQ_KCDSA_UNIT* unit, const VRQ_BIGINT* p, const VRQ_BI
     if (unit == nullptr) return fail(kFunction, VRQ_ERR_NULL_INPUT);
     const bool is_complete = p != nullptr && q != nullptr && g != nullptr;
 
+    const ScopeExit wiping(wipe_spills);
     // The values may be those that cleaning the unit releases.
     VRQ_KCDSA_UNIT next{};
     u32 reason = is_complete ? 0 : VRQ_ERR_INVALID_INPUT;

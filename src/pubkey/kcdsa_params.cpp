@@ -19,11 +19,11 @@ constexpr u32 kShortLimit = 500;
 struct Variant {
     ff::Reporter fail;
     bool checks_mode; // refuses lengths that are not approved
-    u32 (*draw_seed)(const void* unit, u8* out, u32 length);
+    u32 (*draw_seed)(void* unit, u8* out, u32 length);
 };
 
-u32 draw_older_seed(const void* unit, u8* out, u32 length) {
-    return generate_KCDSA_seeds(static_cast<VRQ_KCDSA_UNIT*>(const_cast<void*>(unit)), out, length);
+u32 draw_older_seed(void* unit, u8* out, u32 length) {
+    return generate_KCDSA_seeds(static_cast<VRQ_KCDSA_UNIT*>(unit), out, length);
 }
 
 constexpr Variant kEx = {{VRQ_L_KCDSA, VRQ_F_GENERATE_KCDSA_PARAMS_EX}, true, ff::draw_random_seed};

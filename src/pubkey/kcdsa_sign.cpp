@@ -240,6 +240,7 @@ u32 VRQ_Sign_KCDSA(VRQ_KCDSA_UNIT* unit, u8* r, u32* r_length, u8* s, u32* s_len
     if (unit == nullptr || unit->digest == nullptr || r == nullptr || r_length == nullptr ||
         s == nullptr || s_length == nullptr || !has_domain(*unit) || unit->x == nullptr)
         return fail(VRQ_F_SIGN_KCDSA, VRQ_ERR_NULL_INPUT);
+    const ScopeExit wiping(wipe_spills);
     return sign(*unit, r, r_length, s, s_length);
 }
 

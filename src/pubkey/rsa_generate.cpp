@@ -207,7 +207,7 @@ u32 generate(VRQ_RSA_UNIT* unit, const VRQ_BIGINT* e, i32 bits, i32 d_rule,
     rsa::drop_blinding(*unit); // of an earlier key
     if (!is_exponent(g)) return fail(VRQ_ERR_IS_BIGINT_PRIME);
     const u32 status = run(g);
-    rsa::wipe_generation_spills();
+    wipe_generation_spills();
     return status;
 }
 

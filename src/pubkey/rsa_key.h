@@ -9,7 +9,7 @@
 #pragma once
 
 #include "foundation/status.h"
-#include "foundation/wipe.h"
+#include "pubkey/signature.h"
 #include "talvern/module.h"
 #include "talvern/rsa.h"
 
@@ -53,11 +53,6 @@ void drop_blinding(VRQ_RSA_UNIT& unit);
 // The pool outlives the key and its messages: wipes what past operations left in records that are
 // not handed out. Null is allowed.
 void wipe_idle_words(const VRQ_BIGINT_POOL* pool);
-
-// Big-integer kernels spill words of primes and exponents far below the exported function.
-inline void wipe_spills() { wipe_stack<4096>(); }
-// Drawing primes from the older generator goes deeper.
-inline void wipe_generation_spills() { wipe_stack<8192>(); }
 
 // What an operation left of keys and messages where the guards of its blocks do not reach.
 inline void forget(const VRQ_RSA_UNIT& unit) {

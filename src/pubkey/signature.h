@@ -1,7 +1,8 @@
-// What the public-key schemes share: members of units, numbers in fixed lengths.
+// What the public-key schemes share: members of units, numbers in fixed lengths, the stack below them.
 #pragma once
 
 #include "bigint/record.h"
+#include "foundation/wipe.h"
 #include "talvern/bigint.h"
 #include "talvern/digest.h"
 #include "talvern/random.h"
@@ -10,6 +11,11 @@
 #include <cstring>
 
 namespace vrq {
+
+// Kernels spill words of private keys and of the secrets of signatures far below the exported function.
+inline void wipe_spills() { wipe_stack<4096>(); }
+// Drawing from the older generator goes deeper.
+inline void wipe_generation_spills() { wipe_stack<8192>(); }
 
 // Wipe, release and null a member.
 inline void drop(VRQ_BIGINT*& member) {

@@ -140,6 +140,19 @@ TEST(Dh, RangeAloneWithoutQ) {
     }
 }
 
+TEST(Dh, OrderIsTestedWithoutG) {
+    const Group& g = group("G1");
+    const Params params = params_of(g.p, g.q, nullptr);
+    const Unit unit = unit_of(Int("2"), Int("4"), params);
+    uint32_t status = 0;
+    secret_of(unit.get(), Int("2"), &status);
+    EXPECT_EQ(0x2005002EU, status);
+    const Int square;
+    ASSERT_EQ(0U, VRQ_Mod_Mtp_BIGINT(square, g.g, g.g, g.p, params->pool));
+    EXPECT_EQ(square.hex(), Int(secret_of(unit.get(), g.g, &status)).hex());
+    EXPECT_EQ(0U, status);
+}
+
 TEST(Dh, BothSidesAgreeAndSoDoesLibcrypto) {
     const std::unique_ptr<BN_CTX, test::BnFree> context(BN_CTX_new());
     for (const char* name : {"G1", "G2", "G3"}) {
@@ -300,6 +313,9 @@ TEST(DhStatus, Units) {
     VRQ_Clean_DH(unit.get());
     const VRQ_DH_UNIT zero = {};
     EXPECT_EQ(0, std::memcmp(&zero, unit.get(), sizeof zero));
+    ASSERT_EQ(0U, VRQ_Init_DH(unit.get(), nullptr, nullptr, params.get())) << "serves again";
+    ASSERT_EQ(0U, VRQ_Generate_DH_Key_Pair(unit.get()));
+    EXPECT_EQ(0U, VRQ_Compute_Key(unit.get(), g.g, out, &length));
     VRQ_Clean_DH(nullptr);
     VRQ_Free_DH(nullptr);
     VRQ_Clean_DH_Params(nullptr);

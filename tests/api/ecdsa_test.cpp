@@ -421,6 +421,9 @@ TEST(Ecdsa, ParametersMayBelongToTheUnit) {
     ASSERT_EQ(0U, VRQ_Set_ECDSA_Params(t.unit.get(), curve, curve->order, curve->G));
     EXPECT_EQ(order, Int(t.unit->key->d).hex());
     EXPECT_EQ(g, Point(t.unit->key->Q).text());
+    EXPECT_EQ(1U, t.curve->curve_id);
+    EXPECT_EQ(0U, t.unit->key->curve->curve_id);
+    EXPECT_STREQ("", t.unit->key->curve->name);
 
     const P256 last; // k and R go with the curve
     Signature signature;

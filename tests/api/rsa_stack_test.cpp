@@ -2,43 +2,13 @@
 #include "harness/rsa_cases.h"
 #include "harness/stack_residue.h"
 
-#include <cstring>
-#include <set>
-#include <utility>
-
 namespace {
 
 using namespace test;
 
-// Pairs of adjacent words of a number, at any place of two words that a kernel may have spilled. The modulus
-// shares its upper half with (p - 1)(q - 1), so its pairs do not count.
-class Pairs {
-  public:
-    void add(const VRQ_BIGINT* a) {
-        for (int32_t i = 0; i + 1 < a->used; ++i) pairs_.insert(pair(a->data + i));
-    }
-    void remove(const VRQ_BIGINT* a) {
-        for (int32_t i = 0; i + 1 < a->used; ++i) pairs_.erase(pair(a->data + i));
-    }
-    std::size_t found_on(const Stack& stack) const {
-        std::size_t count = 0;
-        const auto* words = reinterpret_cast<const uint32_t*>(stack.data());
-        for (std::size_t i = 0; i + 1 < 2 * stack.size(); ++i)
-            count += pairs_.count(pair(words + i));
-        return count;
-    }
-
-  private:
-    static uint64_t pair(const uint32_t* words) {
-        uint64_t value = 0;
-        std::memcpy(&value, words, sizeof value);
-        return value;
-    }
-    std::set<uint64_t> pairs_;
-};
-
-Pairs secrets_of(const VRQ_RSA_UNIT& unit) {
-    Pairs pairs;
+// The modulus shares its upper half with (p - 1)(q - 1), so its pairs do not count.
+WordPairs secrets_of(const VRQ_RSA_UNIT& unit) {
+    WordPairs pairs;
     for (const VRQ_BIGINT* part :
          {unit.d, unit.p, unit.q, unit.dP, unit.dQ, unit.qInv, unit.blind_A, unit.blind_Ai})
         pairs.add(part);

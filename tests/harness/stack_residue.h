@@ -2,6 +2,8 @@
 // whose contents under one secret never occur there under the other depends on the secret.
 #pragma once
 
+#include "talvern/bigint.h"
+
 #include <gtest/gtest.h>
 #include <ucontext.h>
 
@@ -9,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <set>
 
 namespace test {
 
@@ -54,5 +57,38 @@ inline std::size_t places_that_depend_on_the_secret(const Stacks& stacks) {
     }
     return count;
 }
+
+// Pairs of adjacent words of secret numbers, at any place of two words that a kernel may have spilled: as
+// records hold them, as digests do (most significant word first), and in big-endian bytes.
+class WordPairs {
+  public:
+    void add(const VRQ_BIGINT* a) {
+        for_each_pair(a, [this](uint64_t pair) { pairs_.insert(pair); });
+    }
+    void remove(const VRQ_BIGINT* a) {
+        for_each_pair(a, [this](uint64_t pair) { pairs_.erase(pair); });
+    }
+    std::size_t found_on(const Stack& stack) const {
+        std::size_t count = 0;
+        const auto* words = reinterpret_cast<const uint32_t*>(stack.data());
+        for (std::size_t i = 0; i + 1 < 2 * stack.size(); ++i)
+            count += pairs_.count(pair(words[i], words[i + 1]));
+        return count;
+    }
+
+  private:
+    static uint64_t pair(uint32_t first, uint32_t second) { return first | uint64_t{second} << 32; }
+    template <class Visit>
+    static void for_each_pair(const VRQ_BIGINT* a, Visit visit) {
+        for (int32_t i = 0; i + 1 < a->used; ++i) {
+            const uint32_t low = a->data[i];
+            const uint32_t high = a->data[i + 1];
+            visit(pair(low, high));
+            visit(pair(high, low));
+            visit(pair(__builtin_bswap32(high), __builtin_bswap32(low)));
+        }
+    }
+    std::set<uint64_t> pairs_;
+};
 
 } // namespace test

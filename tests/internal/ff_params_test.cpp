@@ -19,12 +19,12 @@ using vrq::u8;
 
 struct GivenSeed {
     Bytes bytes;
-    mutable int draws = 0;
+    int draws = 0;
 };
 
 // Gives the seed once: a search that wants another has left the published path.
-u32 draw_given(const void* source, u8* out, u32 length) {
-    const auto* given = static_cast<const GivenSeed*>(source);
+u32 draw_given(void* source, u8* out, u32 length) {
+    auto* const given = static_cast<GivenSeed*>(source);
     if (given->draws++ != 0 || given->bytes.size() != length) return 1;
     std::memcpy(out, given->bytes.data(), length);
     return 0;
@@ -43,7 +43,7 @@ struct Found {
     u32 status = 0;
 
     Found(const test::Record& record, u32 limit) {
-        const GivenSeed given{record.bytes("seed")};
+        GivenSeed given{record.bytes("seed")};
         Bytes seed(given.bytes.size() + vrq::ff::kCounterBytes);
         const vrq::ff::Lengths lengths = {static_cast<u32>(record.number("p_bits")),
                                           static_cast<u32>(record.number("q_bits"))};
