@@ -181,7 +181,10 @@ u32 VRQ_Add_BIGINT_Word(VRQ_BIGINT* a, u32 word) {
     if (n == 0) {
         return store_word(*a, word) ? 0 : fail(VRQ_F_ADD_BIGINT_WORD, VRQ_ERR_SET_BIGINT_FAIL);
     }
-    if (word == 0) return 0;
+    if (word == 0) {
+        a->used = count(n);
+        return 0;
+    }
     if (!grow(*a, n + 1)) return fail(VRQ_F_ADD_BIGINT_WORD, VRQ_ERR_EXPAND_BIGINT_WORD);
 
     a->data[n] = words_add_carry(a->data, a->data, n, word);
@@ -191,11 +194,9 @@ u32 VRQ_Add_BIGINT_Word(VRQ_BIGINT* a, u32 word) {
 
 u32 VRQ_Sub_BIGINT_Word(VRQ_BIGINT* a, u32 word) {
     if (a == nullptr) return fail(VRQ_F_SUB_BIGINT_WORD, VRQ_ERR_NULL_INPUT);
-    if (word == 0) return 0;
     const std::size_t n = value_words(*a);
-    if (n == 0 || (n == 1 && a->data[0] < word)) {
-        return fail(VRQ_F_SUB_BIGINT_WORD, VRQ_ERR_INTERNAL);
-    }
+    const u32 lowest = n != 0 ? a->data[0] : 0;
+    if (n <= 1 && lowest < word) return fail(VRQ_F_SUB_BIGINT_WORD, VRQ_ERR_INTERNAL);
     words_sub_borrow(a->data, a->data, n, word);
     set_used(*a, n);
     return 0;

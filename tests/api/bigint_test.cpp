@@ -312,6 +312,17 @@ TEST(Bigint, WordArithmeticAgreesWithLibcrypto) {
     Int zero;
     EXPECT_EQ(0U, VRQ_Div_BIGINT_Word(zero, 3));
     EXPECT_EQ(0U, VRQ_Mod_BIGINT_Word(zero, 3));
+
+    // Adding or taking nothing drops leading zeros like any other sum.
+    for (const auto call : {VRQ_Add_BIGINT_Word, VRQ_Sub_BIGINT_Word}) {
+        for (const char* text : {"0000000000000005", "0000000000000000"}) {
+            VRQ_BIGINT* const leading = VRQ_HEX_To_BIGINT(text);
+            ASSERT_EQ(2, leading->used);
+            EXPECT_EQ(0U, call(leading, 0));
+            EXPECT_EQ(text[15] == '5' ? 1 : 0, leading->used);
+            VRQ_Free_BIGINT(leading);
+        }
+    }
 }
 
 TEST(Bigint, OutputsMayBeInputs) {
