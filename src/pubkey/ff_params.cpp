@@ -286,17 +286,12 @@ u32 expand(Reporter fail, u32 digest, const u8* seed, u32 seed_length, u8* out, 
 u32 draw(Reporter fail, u32 digest, VRQ_BIGINT* out, const VRQ_BIGINT* bound) {
     if (const u32 s = VRQ_Crypto_Initialize(); s != 0) return s;
     if (out == nullptr || bound == nullptr) return fail(VRQ_ERR_NULL_INPUT);
-<<<<<<< HEAD
     Scratch<1> own(nullptr); // out may be the bound
     VRQ_BIGINT* const drawn = own.take();
     const u32 reason = draw_below(*drawn, digest, *bound, true);
+    wipe_spills();
     if (reason != 0) return fail(reason);
     return VRQ_Copy_BIGINT(out, drawn) == 0 ? 0 : fail(VRQ_ERR_BINARY_TO_BIGINT_FAIL);
-=======
-    const u32 reason = draw_below(*out, digest, *bound, true);
-    wipe_spills();
-    return reason == 0 ? 0 : fail(reason);
->>>>>>> review7
 }
 
 bool is_admitted(Lengths lengths) {
