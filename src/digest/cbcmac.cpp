@@ -43,17 +43,22 @@ bool chain_pending(Unit& unit, std::size_t block) {
 // on a borrowed unit with the schedule of ours, since an encryption schedule serves every mode.
 bool chain_blocks(Unit& unit, const u8* data, std::size_t size, std::size_t block) {
     const CipherRow* row = find_cipher(unit.cipher->algorithm);
-    if (row == nullptr) return false;
+    // The routine is that of the algorithm field, so the schedule must have been made for it.
+    if (row == nullptr || unit.cipher->schedule_size != static_cast<i32>(row->schedule_size) ||
+        block != static_cast<std::size_t>(row->block_length))
+        return false;
     VRQ_BLOCK_CIPHER_UNIT cbc{};
     const WipeOnExit wiped(cbc);
     cbc.schedule = unit.cipher->schedule;
     cbc.encrypt = 1;
     std::memcpy(cbc.working_iv, unit.chain, block);
 
-    SecretBytes<4096> dropped;
+    u8 dropped[4096];
+    const std::size_t used = std::min(size, sizeof dropped);
+    const ScopeExit wipe_dropped([&dropped, used] { wipe(dropped, used); });
     for (std::size_t piece; size != 0; size -= piece, data += piece) {
-        piece = std::min(size, dropped.size());
-        if (row->modes->cbc(&cbc, dropped.data(), data, static_cast<u32>(piece)) != 0) return false;
+        piece = std::min(size, used);
+        if (row->modes->cbc(&cbc, dropped, data, static_cast<u32>(piece)) != 0) return false;
     }
     std::memcpy(unit.chain, cbc.working_iv, block);
     return true;

@@ -149,10 +149,19 @@ TEST(CbcMac, Statuses) {
     feed(unit, Bytes(20, 1));
     EXPECT_EQ(0x06010021U, VRQ_Init_CBC_MAC(unit.get(), 0x0A000100, key.data()));
     EXPECT_EQ(0, unit->pending_count);
-    EXPECT_EQ(0x0602005AU, VRQ_Update_CBC_MAC(unit.get(), key.data(), 16));
-    EXPECT_EQ(0x0603005AU, VRQ_Final_CBC_MAC(unit.get(), out, &length));
+    const CbcMacUnit fresh(VRQ_New_CBC_MAC_Unit());
+    for (VRQ_CBC_MAC_UNIT* without_cipher : {unit.get(), fresh.get()}) {
+        EXPECT_EQ(0x0602005AU, VRQ_Update_CBC_MAC(without_cipher, key.data(), 16));
+        EXPECT_EQ(0x0603005AU, VRQ_Final_CBC_MAC(without_cipher, out, &length));
+        VRQ_Clean_CBC_MAC_Unit(without_cipher);
+        EXPECT_EQ(0x0603005AU, VRQ_Final_CBC_MAC(without_cipher, out, &length));
+    }
     ASSERT_EQ(0U, VRQ_Init_CBC_MAC(unit.get(), aes.id, key.data())) << "usable again";
     EXPECT_EQ(Bytes(16), finish(unit));
+    for (const uint32_t other : {uint32_t{VRQ_ID_BLOWFISH}, uint32_t{VRQ_ID_ARIA_128}, 0U}) {
+        unit->cipher->algorithm = other;
+        EXPECT_EQ(0x0602005AU, VRQ_Update_CBC_MAC(unit.get(), key.data(), 16)) << other;
+    }
     EXPECT_EQ(0x06010049U, VRQ_Init_CBC_MAC(unit.get(), aes.id, nullptr));
     EXPECT_EQ(nullptr, unit->cipher->schedule) << "cleaned all the same";
     VRQ_Clean_CBC_MAC_Unit(nullptr);
