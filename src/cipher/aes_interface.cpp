@@ -23,8 +23,9 @@ u32 vrq_Init_AES_Key(VRQ_BLOCK_CIPHER_UNIT* unit, const u8* key, i32 encrypt) {
         make_status(VRQ_L_AES_INTERFACE, VRQ_F_INIT_AES_KEY, VRQ_ERR_INIT_KEY_FAILURE);
     if (unit == nullptr) return kFailure;
 
+    // Unlike the other engines AES inverts its schedule for the direction 0 alone.
     auto* record = static_cast<VRQ_AES_KEY*>(unit->schedule);
-    const u32 status = needs_decryption_key(*unit, encrypt)
+    const u32 status = encrypt == 0 && needs_decryption_key(*unit, encrypt)
                            ? vrq_Init_Decrypt_AES_Key(key, unit->key_length, record)
                            : vrq_Init_Encrypt_AES_Key(key, unit->key_length, record);
     return status == 0 ? 0 : kFailure;

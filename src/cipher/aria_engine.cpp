@@ -10,6 +10,7 @@
 #include "cipher/tables/aria.h"
 #include "cipher/word_modes.h"
 #include "foundation/scope.h"
+#include "foundation/wipe.h"
 
 #include <algorithm>
 #include <bit>
@@ -195,7 +196,7 @@ inline void add_turned(u8* out, const u8* a, const u8* b, u32 bits) {
 // Right by 19 and 31, left by 61, 31 and 19; each turn serves four round keys.
 constexpr u32 kTurns[5] = {128 - 19, 128 - 31, 61, 31, 19};
 
-i32 expand(u8* round_keys, const u8* key, i32 key_bits) {
+[[gnu::noinline]] i32 expand(u8* round_keys, const u8* key, i32 key_bits) {
     SecretBytes<64> strings;
     initialize(strings.data(), key, key_bits);
     const i32 rounds = rounds_for(key_bits);
@@ -214,7 +215,7 @@ inline Words diffuse_key(const Words& x) {
     return diffuse<false>(y);
 }
 
-void turn_for_decryption(u8* round_keys, i32 rounds) {
+[[gnu::noinline]] void turn_for_decryption(u8* round_keys, i32 rounds) {
     u8* low = round_keys;
     u8* high = round_keys + 16 * rounds;
     std::swap_ranges(low, low + 16, high);
@@ -226,6 +227,10 @@ void turn_for_decryption(u8* round_keys, i32 rounds) {
         store_words_le(high, x);
     }
 }
+
+// Below the callers of the two functions above, which keep key words on the stack for want of
+// registers.
+constexpr std::size_t kSetUpStack = 512;
 
 using SetUp = i32 (*)(const u8* key, u8* round_keys, i32 key_bits);
 
@@ -248,12 +253,16 @@ std::span<const BlockKernel<VRQ_ARIA_KEY>> AriaEngine::kernels() { return kRows;
 
 int32_t set_encrypt_key(const uint8_t* key, uint8_t* round_keys, int32_t key_bits) {
     if (key == nullptr || round_keys == nullptr || rounds_for(key_bits) == 0) return 0;
-    return expand(round_keys, key, key_bits);
+    const i32 rounds = expand(round_keys, key, key_bits);
+    wipe_stack<kSetUpStack>();
+    return rounds;
 }
 
 int32_t set_decrypt_key(const uint8_t* key, uint8_t* round_keys, int32_t key_bits) {
     const i32 rounds = set_encrypt_key(key, round_keys, key_bits);
-    if (rounds != 0) turn_for_decryption(round_keys, rounds);
+    if (rounds == 0) return 0;
+    turn_for_decryption(round_keys, rounds);
+    wipe_stack<kSetUpStack>();
     return rounds;
 }
 

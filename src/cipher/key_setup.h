@@ -37,9 +37,11 @@ struct KeySetup {
     u32 (*set_key)(VRQ_BLOCK_CIPHER_UNIT* unit, const u8* key, i32 encrypt);
 };
 
-// The only modes that run the inverse cipher, and so the only ones that need its schedule.
+// The only modes that run the inverse cipher, and so the only ones that need its schedule. Their
+// routines decrypt unless the direction is 1: asking for 0 here would leave them, for any other
+// value, a schedule of zeros.
 inline bool needs_decryption_key(const VRQ_BLOCK_CIPHER_UNIT& unit, i32 encrypt) {
-    return encrypt == 0 && (unit.mode == VRQ_MODE_ECB || unit.mode == VRQ_MODE_CBC);
+    return encrypt != 1 && (unit.mode == VRQ_MODE_ECB || unit.mode == VRQ_MODE_CBC);
 }
 
 inline u32 set_up_key(const KeySetup& policy, VRQ_BLOCK_CIPHER_UNIT* unit, const u8* key,

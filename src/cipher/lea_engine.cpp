@@ -5,6 +5,7 @@
 #include "cipher/lea_kernels.h"
 #include "cipher/word_modes.h"
 #include "foundation/scope.h"
+#include "foundation/wipe.h"
 
 #include <algorithm>
 #include <bit>
@@ -21,6 +22,7 @@ u32 lea::turns(const Key& key) {
 }
 
 void lea::wipe_bytes(u8* data, std::size_t size) { wipe(data, size); }
+void lea::wipe_below() { wipe_stack(); }
 
 namespace {
 

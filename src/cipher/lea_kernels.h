@@ -18,6 +18,9 @@ void decrypt_words(const Key& key, u8* out, const u8* in, std::size_t blocks);
 
 void wipe_bytes(u8* data, std::size_t size);
 
+// Wipes what a function that has returned kept on the stack below its caller.
+void wipe_below();
+
 // AVX2: 8 lanes. AVX-512: 16 lanes and a rotation in one instruction.
 void encrypt_avx2(const Key& key, u8* out, const u8* in, std::size_t blocks);
 void decrypt_avx2(const Key& key, u8* out, const u8* in, std::size_t blocks);

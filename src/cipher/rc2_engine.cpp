@@ -5,6 +5,7 @@
 #include "cipher/block64.h"
 #include "foundation/bytes.h"
 #include "foundation/ct.h"
+#include "foundation/wipe.h"
 
 using namespace vrq;
 
@@ -207,7 +208,7 @@ using Quads [[gnu::vector_size(16)]] = u64;
 }
 
 template <bool kInverse, std::size_t N>
-void crypt_sets(const VRQ_RC2_KEY& key, u8* out, const u8* in) {
+[[gnu::noinline]] void crypt_sets(const VRQ_RC2_KEY& key, u8* out, const u8* in) {
     Words<Lanes> x[N];
 #pragma GCC unroll 8
     for (std::size_t i = 0; i < N; ++i) x[i] = load_lanes(in + i * kSetBytes);
@@ -223,10 +224,13 @@ template <bool kInverse>
 void crypt(const VRQ_RC2_KEY& key, u8* out, const u8* in, std::size_t blocks) {
     constexpr std::size_t kMany = 4;
     constexpr std::size_t kManyBytes = kMany * kSetBytes;
+    const bool in_sets = blocks >= kLanes;
     for (; blocks >= kMany * kLanes; blocks -= kMany * kLanes, in += kManyBytes, out += kManyBytes)
         crypt_sets<kInverse, kMany>(key, out, in);
     for (; blocks >= kLanes; blocks -= kLanes, in += kSetBytes, out += kSetBytes)
         crypt_sets<kInverse, 1>(key, out, in);
+    // Not all words of the sets have a register: blocks are left below.
+    if (in_sets) wipe_stack();
     kInverse ? Block64<Rc2>::decrypt(key, out, in, blocks)
              : Block64<Rc2>::encrypt(key, out, in, blocks);
 }

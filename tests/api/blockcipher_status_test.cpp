@@ -207,6 +207,25 @@ TEST(BlockCipherStatus, NothingRunsAfterARefusedInit) {
     }
 }
 
+// Whatever is neither 0 nor 1 decrypts, under the key: no engine is left with half a schedule.
+TEST(BlockCipherStatus, OddDirectionsDecrypt) {
+    const Bytes message(32, 0x5C);
+    for (const CipherCase& cipher : kCipherCases) {
+        for (const uint32_t mode : {kEcb, kCbc}) {
+            SCOPED_TRACE(testing::Message() << cipher.name << " " << std::hex << mode);
+            const uint32_t id = cipher.id | mode | kNoPadding;
+            const CipherUnit unit = cipher_unit(id, kKey, kIv, false);
+            const Bytes decrypted = run_whole(unit.get(), message);
+            for (const int32_t direction : {2, -1}) {
+                ASSERT_EQ(
+                    0U, VRQ_Init_BLOCK_CIPHER(unit.get(), id, kKey.data(), kIv.data(), direction));
+                EXPECT_EQ(cipher.routines != &kAes, decrypted == run_whole(unit.get(), message))
+                    << direction << ": AES keeps the schedule of its encryption";
+            }
+        }
+    }
+}
+
 // A weak key (SP 800-67) and wrong parity are taken; encrypting twice gives the message back.
 TEST(BlockCipherStatus, DesTakesWeakKeys) {
     const Bytes message(8, 0x5C);
