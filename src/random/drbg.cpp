@@ -242,12 +242,12 @@ u32 vrq_Instantiate_DRBG(VRQ_DRBG_UNIT* unit, i32 strength) {
 
 u32 vrq_Instantiate_HashDRBG(VRQ_DRBG_UNIT* unit) {
     constexpr u32 kFunction = VRQ_F_INSTANTIATE_HASHDRBG;
-    if (unit == nullptr || unit->input == nullptr || unit->input->entropy == nullptr ||
-        !has_seed_length(*unit))
+    if (unit == nullptr || unit->input == nullptr || unit->input->entropy == nullptr)
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
     const VRQ_DRBG_ENTROPY_INPUT& input = *unit->input;
     if (input.personalization_length > static_cast<u32>(drbg::kMaxInput))
         return fail(kFunction, VRQ_ERR_INPUT_BUF_TOO_BIG);
+    if (!has_seed_length(*unit)) return fail(kFunction, VRQ_ERR_HASH_DF_FAIL);
 
     const std::size_t length =
         std::size_t{input.entropy_length} + input.nonce_length + input.personalization_length;
@@ -288,10 +288,11 @@ u32 vrq_Reseed_DRBG(VRQ_DRBG_UNIT* unit) {
 u32 vrq_Reseed_HashDRBG(VRQ_DRBG_UNIT* unit) {
     constexpr u32 kFunction = VRQ_F_RESEED_HASHDRBG;
     if (unit == nullptr || unit->input == nullptr || unit->input->entropy == nullptr ||
-        unit->v == nullptr || !has_seed_length(*unit))
+        unit->v == nullptr)
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
     if (unit->additional_length > drbg::kMaxInput)
         return fail(kFunction, VRQ_ERR_INPUT_BUF_TOO_BIG);
+    if (!has_seed_length(*unit)) return fail(kFunction, VRQ_ERR_HASH_DF_FAIL);
 
     const auto seed_length = static_cast<std::size_t>(unit->seed_length);
     const auto additional_length =
@@ -348,10 +349,11 @@ u32 generate_into(VRQ_DRBG_UNIT& unit, u8* out, i32 length) {
     if (unit.reseed_counter > drbg::kReseedInterval || unit.additional_length > drbg::kMaxInput)
         return fail(kFunction, VRQ_ERR_INPUT_BUF_TOO_BIG);
     const drbg::HashRow* row = drbg::find_hash(unit.hash);
-    if (unit.v == nullptr || unit.c == nullptr || !has_seed_length(unit) || length < 1)
+    const bool is_seeded = unit.v != nullptr && unit.c != nullptr;
+    if (is_seeded && row == nullptr && unit.additional_length > 0)
+        return fail(kFunction, VRQ_ERR_INIT_DIGEST_FAIL);
+    if (!is_seeded || row == nullptr || row->seed_length != unit.seed_length || length < 1)
         return fail(kFunction, VRQ_ERR_HASH_GEN_FAIL);
-    if (unit.last_block_length != static_cast<u32>(row->digest_length))
-        return fail(kFunction, VRQ_ERR_CONDITION_TEST_FAIL);
 
     // An empty additional input is none (SP 800-90A, 10.1.1.4).
     if (unit.additional_length > 0) {
@@ -359,6 +361,8 @@ u32 generate_into(VRQ_DRBG_UNIT& unit, u8* out, i32 length) {
             drbg::add_additional_input(*row, unit.v, unit.additional, unit.additional_length);
         if (s != 0) return s;
     }
+    if (unit.last_block_length != static_cast<u32>(row->digest_length))
+        return fail(kFunction, VRQ_ERR_CONDITION_TEST_FAIL);
     const drbg::State state{row, unit.v, unit.c, &unit.reseed_counter, unit.last_block};
     switch (drbg::generate(state, out, static_cast<std::size_t>(length))) {
     case drbg::Outcome::kDone:

@@ -54,11 +54,13 @@ u32 lock() {
     return vrq_Wait_Lock(&g_mutex) == 0 ? 0 : fail(VRQ_ERR_MUTEX_LOCK_FAIL);
 }
 
-u32 unlock() { return vrq_Release_Lock(&g_mutex) == 0 ? 0 : fail(VRQ_ERR_MUTEX_UNLOCK_FAIL); }
-
 u32 keep_lock(u32 status) {
     g_is_kept = true;
     return status;
+}
+
+u32 unlock() {
+    return vrq_Release_Lock(&g_mutex) == 0 ? 0 : keep_lock(fail(VRQ_ERR_MUTEX_UNLOCK_FAIL));
 }
 
 std::size_t seed_length(const drbg::HashRow& row) {

@@ -249,8 +249,13 @@ TEST(Drbg, ContinuousTest) {
     }
     const Unit unit = seeded_unit(VRQ_ID_SHA256, Bytes(32, 1), Bytes(8, 2), {});
     unit->last_block_length = 31;
-    uint8_t byte;
+    uint8_t byte = 0;
+    const Bytes v(unit->v, unit->v + unit->seed_length);
     EXPECT_EQ(0x0B0A0067U, vrq_Generate_DRBG(unit.get(), &byte, 1));
+    EXPECT_EQ(v, Bytes(unit->v, unit->v + unit->seed_length));
+    vrq_Set_Generate_DRBG_Param(unit.get(), &byte, 1, nullptr, 0);
+    EXPECT_EQ(0x0B0A0067U, vrq_Generate_DRBG(unit.get(), &byte, 1));
+    EXPECT_NE(v, Bytes(unit->v, unit->v + unit->seed_length)) << "additional input goes in first";
 }
 
 TEST(Drbg, Statuses) {
@@ -300,6 +305,22 @@ TEST(Drbg, Statuses) {
     EXPECT_EQ(0x0B020049U, vrq_Instantiate_DRBG(unit.get(), 0));
     EXPECT_EQ(1U, vrq_Set_Generate_DRBG_Param(unit.get(), &byte, 1, &byte, 1));
     EXPECT_EQ(0x0B0A001FU, vrq_Generate_HashDRBG(unit.get()));
+}
+
+TEST(Drbg, HashChangedAfterSeedingFailsWhereItIsUsed) {
+    for (const uint32_t hash : {0U, VRQ_ID_MD5 + 0U, VRQ_ID_SHA512 + 0U}) {
+        const bool is_unknown = hash != VRQ_ID_SHA512;
+        const Unit unit = seeded_unit(VRQ_ID_SHA256, Bytes(32, 1), Bytes(8, 2), {});
+        uint8_t byte = 0;
+        unit->hash = hash;
+        EXPECT_EQ(0x0B0A001FU, vrq_Generate_DRBG(unit.get(), &byte, 1)) << hash;
+        vrq_Set_Generate_DRBG_Param(unit.get(), &byte, 1, nullptr, 0);
+        EXPECT_EQ(is_unknown ? 0x0B0A0022U : 0x0B0A001FU, vrq_Generate_DRBG(unit.get(), &byte, 1));
+        vrq_Set_Reseed_DRBG_Param(unit.get(), nullptr, 0, Bytes(32).data(), 32);
+        EXPECT_EQ(0x0B09001EU, vrq_Reseed_DRBG(unit.get())) << hash;
+        vrq_Set_Instantiate_DRBG_Param(unit.get(), Bytes(32).data(), 32, &byte, 1, nullptr, 0);
+        EXPECT_EQ(0x0B08001EU, vrq_Instantiate_DRBG(unit.get(), 0)) << hash;
+    }
 }
 
 TEST(Drbg, DerivationFunctionStatuses) {
