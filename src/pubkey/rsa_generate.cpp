@@ -199,6 +199,7 @@ u32 generate(VRQ_RSA_UNIT* unit, const VRQ_BIGINT* e, i32 bits, i32 d_rule,
         return fail(VRQ_ERR_INVALID_INPUT);
 
     if (unit->pool == nullptr) return fail(VRQ_ERR_GET_BIGINT_POOL_FAIL);
+    const ScopeExit forgetting([unit] { rsa::forget(*unit); });
     Scratch<4> scratch(unit->pool);
     const Generation g = {variant,        *unit,          static_cast<u32>(bits), d_rule,
                           scratch.take(), scratch.take(), scratch.take(),         scratch.take()};

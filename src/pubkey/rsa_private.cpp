@@ -103,7 +103,7 @@ u32 verify_RSA_KEY(const VRQ_RSA_UNIT* unit) {
         return kFailed;
     if (VRQ_Get_BIGINT_Word(unit->p) == 2 && VRQ_Get_BIGINT_Word(unit->q) == 2) return kFailed;
 
-    const ScopeExit wiping(wipe_spills);
+    const ScopeExit forgetting([unit] { rsa::forget(*unit); });
     Scratch<1> temporaries(nullptr);
     VRQ_BIGINT* const product = temporaries.take();
     if (VRQ_Mtp_BIGINT(product, unit->e, unit->d, unit->pool) != 0) return kFailed;
@@ -117,7 +117,7 @@ u32 crt_RSA(VRQ_RSA_UNIT* unit, VRQ_BIGINT* out, const VRQ_BIGINT* in) {
     if (unit == nullptr || out == nullptr || in == nullptr || !has_crt(*unit)) return kMissing;
 
     VRQ_BIGINT_POOL* const pool = unit->pool;
-    const ScopeExit wiping(wipe_spills);
+    const ScopeExit forgetting([unit] { rsa::forget(*unit); });
     Scratch<4> temporaries(nullptr);
     VRQ_BIGINT* const m1 = temporaries.take();
     VRQ_BIGINT* const m2 = temporaries.take();
@@ -138,7 +138,7 @@ u32 generate_RSA_BLINDING(VRQ_RSA_UNIT* unit) {
     u32 status = kMissing;
     if (make(unit->blind_A) && make(unit->blind_Ai)) status = make_pair(*unit);
     if (status != 0) rsa::drop_blinding(*unit);
-    wipe_spills();
+    rsa::forget(*unit);
     return status;
 }
 

@@ -221,6 +221,17 @@ TEST(RsaWiping, KeyCheckLeavesNothing) {
     EXPECT_FALSE(watch.found());
 }
 
+// All words of the pool, of which none is handed out between operations.
+uint32_t idle_words(const VRQ_RSA_UNIT& unit) {
+    uint32_t any = 0;
+    for (const auto* block = unit.pool->first; block != nullptr; block = block->next) {
+        for (const VRQ_BIGINT& record : block->records) {
+            for (int32_t i = 0; i < record.allocated; ++i) any |= record.data[i];
+        }
+    }
+    return any;
+}
+
 // The pool outlives a clean; its words do not hold what an operation left there.
 TEST(RsaWiping, CleaningWipesThePool) {
     const RsaUnit unit = new_rsa();
@@ -228,18 +239,56 @@ TEST(RsaWiping, CleaningWipesThePool) {
     unit->mode = VRQ_RSAES_OAEP;
     const Int x(key512().dP);
     ASSERT_EQ(0U, run(*unit, x));
-    const auto idle_words = [&] {
-        uint32_t any = 0;
-        for (const auto* block = unit->pool->first; block != nullptr; block = block->next) {
-            for (const VRQ_BIGINT& record : block->records) {
-                for (int32_t i = 0; i < record.allocated; ++i) any |= record.data[i];
-            }
-        }
-        return any;
-    };
-    EXPECT_NE(0U, idle_words());
+    EXPECT_NE(0U, idle_words(*unit));
     VRQ_Clean_RSA(unit.get());
-    EXPECT_EQ(0U, idle_words());
+    EXPECT_EQ(0U, idle_words(*unit));
+}
+
+u32 decrypt_malformed(VRQ_RSA_UNIT* unit) {
+    const test::Bytes block(64, 0x01);
+    test::Bytes out(64);
+    uint32_t length = 0;
+    VRQ_Init_RSAES(unit, VRQ_RSAES_OAEP, VRQ_RSA_PRIVATE, VRQ_ID_SHA1);
+    return VRQ_Decrypt_RSAES(unit, out.data(), &length, block.data(), 64);
+}
+
+u32 sign_nothing(VRQ_RSA_UNIT* unit) {
+    test::Bytes out(64);
+    uint32_t length = 0;
+    VRQ_Init_RSASSA(unit, VRQ_ID_SHA256, VRQ_RSASSA_PSS, VRQ_RSA_PRIVATE);
+    return VRQ_Final_RSASSA(unit, out.data(), &length);
+}
+
+TEST(RsaWiping, OperationsWipeThePool) {
+    const struct {
+        const char* name;
+        u32 status;
+        u32 (*run)(VRQ_RSA_UNIT* unit);
+    } rows[] = {
+        {"loading", 0, [](VRQ_RSA_UNIT* unit) { return Parts().load(unit); }},
+        {"check", 0, [](VRQ_RSA_UNIT* unit) { return verify_RSA_KEY(unit); }},
+        {"blinding", 0, [](VRQ_RSA_UNIT* unit) { return generate_RSA_BLINDING(unit); }},
+        {"primes", 0,
+         [](VRQ_RSA_UNIT* unit) {
+             const Int x("1234567");
+             return crt_RSA(unit, x, x);
+         }},
+        {"decryption", 0x180A000E, decrypt_malformed},
+        {"signature", 0, sign_nothing},
+        {"older generation", 0,
+         [](VRQ_RSA_UNIT* unit) { return VRQ_Generate_RSA_Params(unit, Int("10001"), 560, 1); }},
+        {"generation", 0,
+         [](VRQ_RSA_UNIT* unit) { return VRQ_Generate_RSA_Params_Ex(unit, Int("10001"), 560, 2); }},
+        {"generation of a short key", 0x180B0038,
+         [](VRQ_RSA_UNIT* unit) { return VRQ_Generate_RSA_Params_Ex(unit, Int("10001"), 256, 1); }},
+    };
+    for (const auto& row : rows) {
+        const RsaUnit unit = new_rsa();
+        ASSERT_EQ(0U, Parts().load(unit.get()));
+        EXPECT_EQ(row.status, row.run(unit.get())) << row.name;
+        EXPECT_NE(nullptr, unit->pool->first) << row.name;
+        EXPECT_EQ(0U, idle_words(*unit)) << row.name;
+    }
 }
 
 } // namespace
