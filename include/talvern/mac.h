@@ -123,16 +123,17 @@ VRQ_API uint32_t VRQ_Init_CBC_MAC(VRQ_CBC_MAC_UNIT* unit, uint32_t algorithm, co
  * chain, the held ones with none: such a MAC is of this library alone and depends on the cuts.
  *   length  bytes; 0 and less add nothing
  * Returns 0, or VRQ_L_CBC_MAC / VRQ_F_UPDATE_CBC_MAC with
- *   VRQ_ERR_NULL_INPUT               null unit, or null data with a length above 0
- *   VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL  the cipher failed, or none is set */
+ *   VRQ_ERR_NULL_INPUT               null unit, a unit without cipher, or null data with a length
+ *                                    above 0
+ *   VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL  the cipher failed */
 VRQ_API uint32_t VRQ_Update_CBC_MAC(VRQ_CBC_MAC_UNIT* unit, const uint8_t* data, int32_t length);
 
 /* Writes the MAC, one block of the cipher. Held bytes are completed with the chain bytes of the
  * same positions and encrypted. Init starts the next message.
  *   out_length  receives the block length
  * Returns 0, or VRQ_L_CBC_MAC / VRQ_F_FINAL_CBC_MAC with
- *   VRQ_ERR_NULL_INPUT               null argument
- *   VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL  the cipher failed, or none is set */
+ *   VRQ_ERR_NULL_INPUT               null argument, or a unit without cipher
+ *   VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL  the cipher failed */
 VRQ_API uint32_t VRQ_Final_CBC_MAC(VRQ_CBC_MAC_UNIT* unit, uint8_t* out, uint32_t* out_length);
 
 /* Cleans the cipher unit and wipes chain and held bytes. Null is allowed. */

@@ -92,7 +92,7 @@ u32 VRQ_Update_CBC_MAC(Unit* unit, const u8* data, i32 length) {
     constexpr u32 kFailed = fail(kFunction, VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL);
     if (unit == nullptr) return fail(kFunction, VRQ_ERR_NULL_INPUT);
     const std::size_t block = block_length(*unit);
-    if (block == 0) return kFailed;
+    if (block == 0) return fail(kFunction, VRQ_ERR_NULL_INPUT);
     if (length < 1) return 0;
     if (data == nullptr) return fail(kFunction, VRQ_ERR_NULL_INPUT);
 
@@ -125,7 +125,7 @@ u32 VRQ_Final_CBC_MAC(Unit* unit, u8* out, u32* out_length) {
     if (unit == nullptr || out == nullptr || out_length == nullptr)
         return fail(kFunction, VRQ_ERR_NULL_INPUT);
     const std::size_t block = block_length(*unit);
-    if (block == 0) return fail(kFunction, VRQ_ERR_UPDATE_BLOCKCIPHER_FAIL);
+    if (block == 0) return fail(kFunction, VRQ_ERR_NULL_INPUT);
 
     const std::size_t held = static_cast<u32>(unit->pending_count) % block;
     if (held == 0) {

@@ -151,10 +151,10 @@ TEST(CbcMac, Statuses) {
     EXPECT_EQ(0, unit->pending_count);
     const CbcMacUnit fresh(VRQ_New_CBC_MAC_Unit());
     for (VRQ_CBC_MAC_UNIT* without_cipher : {unit.get(), fresh.get()}) {
-        EXPECT_EQ(0x0602005AU, VRQ_Update_CBC_MAC(without_cipher, key.data(), 16));
-        EXPECT_EQ(0x0603005AU, VRQ_Final_CBC_MAC(without_cipher, out, &length));
+        EXPECT_EQ(0x06020049U, VRQ_Update_CBC_MAC(without_cipher, key.data(), 16));
+        EXPECT_EQ(0x06030049U, VRQ_Final_CBC_MAC(without_cipher, out, &length));
         VRQ_Clean_CBC_MAC_Unit(without_cipher);
-        EXPECT_EQ(0x0603005AU, VRQ_Final_CBC_MAC(without_cipher, out, &length));
+        EXPECT_EQ(0x06030049U, VRQ_Final_CBC_MAC(without_cipher, out, &length));
     }
     ASSERT_EQ(0U, VRQ_Init_CBC_MAC(unit.get(), aes.id, key.data())) << "usable again";
     EXPECT_EQ(Bytes(16), finish(unit));
