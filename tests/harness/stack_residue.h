@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <set>
 
 namespace test {
@@ -26,12 +25,14 @@ using Stack = std::array<uint64_t, 1 << 13>;
 
 inline ucontext_t g_caller;
 inline ucontext_t g_callee;
-inline std::function<void()> g_call;
+inline void (*g_call)(const void*);
+inline const void* g_callable;
 alignas(64) inline Stack g_stack;
 
-inline Stack stack_after(const std::function<void()>& call) {
+inline Stack stack_after(void (*call)(const void*), const void* callable) {
     g_stack.fill(0);
     g_call = call;
+    g_callable = callable;
     // Once: the registers it saves show on the stack and are to be the same for every call.
     static const int saved = getcontext(&g_callee);
     EXPECT_EQ(0, saved);
@@ -39,9 +40,15 @@ inline Stack stack_after(const std::function<void()>& call) {
     g_callee.uc_stack.ss_size = sizeof g_stack;
     g_callee.uc_link = &g_caller;
     makecontext(
-        &g_callee, [] { g_call(); }, 0);
+        &g_callee, [] { g_call(g_callable); }, 0);
     swapcontext(&g_caller, &g_callee);
     return g_stack;
+}
+
+// Without std::function, which may hold the callable at another address every time.
+template <class Callable>
+Stack stack_after(const Callable& callable) {
+    return stack_after([](const void* c) { (*static_cast<const Callable*>(c))(); }, &callable);
 }
 
 // Two stacks a secret: the allocator may exchange the addresses of blocks from one round to the next.
