@@ -190,6 +190,8 @@ VRQ_API uint32_t vrq_Generate_DRBG(VRQ_DRBG_UNIT* unit, uint8_t* out, int32_t le
  *   VRQ_ERR_INPUT_BUF_TOO_BIG     an input is too long; Generate: the seed has served too long
  *   VRQ_ERR_HASH_DF_FAIL          Instantiate, Reseed: Hash_df failed
  *   VRQ_ERR_MALLOC                Generate: no memory
+ *   VRQ_ERR_INIT_DIGEST_FAIL, VRQ_ERR_UPDATE_DIGEST_FAIL, VRQ_ERR_FINAL_DIGEST_FAIL
+ *                                 Generate: the additional input could not be hashed
  *   VRQ_ERR_HASH_GEN_FAIL         Generate: the unit was never seeded
  *   VRQ_ERR_CONDITION_TEST_FAIL   Generate: a block equals the one before */
 VRQ_API uint32_t vrq_Init_HashDRBG(VRQ_DRBG_UNIT* unit);
