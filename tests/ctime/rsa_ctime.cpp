@@ -2,11 +2,9 @@
 // check, the blinding and the private operation, by the primes and by d. Their lengths are public,
 // so that the top word of each stays known, and the lowest bit of the primes, which is set in all
 // of them.
-#include "bigint/record.h"
+#include "ctime/hidden_number.h"
 #include "pubkey/rsa_key.h"
 #include "talvern.h"
-
-#include <valgrind/memcheck.h>
 
 #include <cstdio>
 
@@ -18,16 +16,11 @@ constexpr VRQ_BIGINT* VRQ_RSA_UNIT::*kPrivate[] = {&VRQ_RSA_UNIT::d,  &VRQ_RSA_U
                                                    &VRQ_RSA_UNIT::q,  &VRQ_RSA_UNIT::dP,
                                                    &VRQ_RSA_UNIT::dQ, &VRQ_RSA_UNIT::qInv};
 
-// All but the top word and the lowest bit.
+// The lowest bit stays known as well.
 void hide(const VRQ_BIGINT* a) {
-    const auto words = static_cast<std::size_t>(a->used);
-    VALGRIND_MAKE_MEM_UNDEFINED(a->data, (words - 1) * sizeof(u32));
+    memcheck::hide(a);
     constexpr u32 kAllButLowest = ~u32{1};
     VALGRIND_SET_VBITS(a->data, &kAllButLowest, sizeof kAllButLowest);
-}
-
-void show(const VRQ_BIGINT* a) {
-    VALGRIND_MAKE_MEM_DEFINED(a->data, static_cast<std::size_t>(a->allocated) * sizeof(u32));
 }
 
 bool run(VRQ_RSA_UNIT& unit, VRQ_BIGINT* x) {
@@ -46,8 +39,8 @@ bool gives_back(VRQ_RSA_UNIT& unit, u32 x) {
     good = run(unit, m) && good;
     u32 verdict = verify_RSA_KEY(&unit);
     VALGRIND_MAKE_MEM_DEFINED(&verdict, sizeof verdict);
-    show(m);
-    for (const auto part : kPrivate) show(unit.*part);
+    memcheck::show(m);
+    for (const auto part : kPrivate) memcheck::show(unit.*part);
     good = good && verdict == 0 && VRQ_Get_BIGINT_Word(m) == x;
     VRQ_Free_BIGINT(m);
     return good;
