@@ -2,6 +2,7 @@
 #include "cipher/key_setup.h"
 #include "cipher/mode_exports.h"
 #include "cipher/rc2_engine.h"
+#include "foundation/wipe.h"
 
 using namespace vrq;
 
@@ -71,6 +72,7 @@ u32 vrq_Do_RC2_OFB(VRQ_BLOCK_CIPHER_UNIT* unit, u8* out, const u8* in, u32 lengt
     const auto& kernel = Rc2Engine::kernel();
     const std::size_t whole = length - length % kBlock;
     kernel.ofb(*key, reg.data(), out, in, whole / kBlock);
+    wipe_stack(); // clang spills the register
     if (whole == length) return 0;
 
     kernel.encrypt(*key, reg.data(), reg.data(), 1);
