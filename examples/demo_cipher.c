@@ -13,6 +13,17 @@ struct round_trip {
     long bytes;
 };
 
+/* A piece through the unit, or the end of the message when it is null; adds to the time. */
+static uint32_t pass(VRQ_BLOCK_CIPHER_UNIT* unit, uint8_t* out, uint32_t* got, const uint8_t* in,
+                     uint32_t length, double* time) {
+    const double start = seconds();
+    const uint32_t status = in != NULL
+                                ? VRQ_Update_BLOCK_CIPHER(unit, out, got, in, (int32_t)length)
+                                : VRQ_Final_BLOCK_CIPHER(unit, out, got);
+    *time += seconds() - start;
+    return status;
+}
+
 /* Decrypts a piece of ciphertext, or the end of the message when it is null, and compares what comes out
  * with the file. Returns a status, or 1 when the bytes differ. */
 static uint32_t decrypt_and_compare(struct round_trip* trip, const uint8_t* ciphertext,
@@ -20,16 +31,8 @@ static uint32_t decrypt_and_compare(struct round_trip* trip, const uint8_t* ciph
     static uint8_t plaintext[PIECE + 2 * BLOCK];
     static uint8_t expected[PIECE + 2 * BLOCK];
     uint32_t got = 0;
-    uint32_t status;
-    const double start = seconds();
-
-    if (ciphertext != NULL) {
-        status =
-            VRQ_Update_BLOCK_CIPHER(trip->decryption, plaintext, &got, ciphertext, (int32_t)length);
-    } else {
-        status = VRQ_Final_BLOCK_CIPHER(trip->decryption, plaintext, &got);
-    }
-    trip->decryption_time += seconds() - start;
+    const uint32_t status =
+        pass(trip->decryption, plaintext, &got, ciphertext, length, &trip->decryption_time);
     if (status != 0) return status;
     if (fread(expected, 1, got, trip->reread) != got) return 1;
     return memcmp(plaintext, expected, got) == 0 ? 0 : 1;
@@ -40,16 +43,8 @@ static uint32_t encrypt_and_return(struct round_trip* trip, const uint8_t* plain
                                    uint32_t length) {
     static uint8_t ciphertext[PIECE + BLOCK];
     uint32_t got = 0;
-    uint32_t status;
-    const double start = seconds();
-
-    if (plaintext != NULL) {
-        status =
-            VRQ_Update_BLOCK_CIPHER(trip->encryption, ciphertext, &got, plaintext, (int32_t)length);
-    } else {
-        status = VRQ_Final_BLOCK_CIPHER(trip->encryption, ciphertext, &got);
-    }
-    trip->encryption_time += seconds() - start;
+    const uint32_t status =
+        pass(trip->encryption, ciphertext, &got, plaintext, length, &trip->encryption_time);
     trip->bytes += (long)length;
     if (status != 0 || got == 0) return status;
     return decrypt_and_compare(trip, ciphertext, got);

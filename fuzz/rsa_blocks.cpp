@@ -1,6 +1,7 @@
 // Decoders of RSA blocks. Any block is refused or gives a message that fits; an encoded message comes
 // back. The first four bytes choose decoder, digest, key length and room; the rest is the block, or the
 // message. Buffers have exactly the lengths stated, so that the address sanitizer sees a byte more.
+#include "harness/owned.h"
 #include "talvern.h"
 
 #include <array>
@@ -12,18 +13,11 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using test::Owned;
 
 constexpr std::array<uint32_t, 8> kDigests = {VRQ_ID_SHA1,   VRQ_ID_SHA224, VRQ_ID_SHA256,
                                               VRQ_ID_SHA384, VRQ_ID_SHA512, VRQ_ID_MD5,
                                               VRQ_ID_HAS160, VRQ_ID_MDC2};
-
-struct Free {
-    void operator()(VRQ_RSA_UNIT* unit) const { VRQ_Free_RSA(unit); }
-    void operator()(VRQ_DIGEST_UNIT* unit) const { VRQ_Free_DIGEST_Unit(unit); }
-    void operator()(VRQ_BIGINT* number) const { VRQ_Free_BIGINT(number); }
-};
-template <class T>
-using Own = std::unique_ptr<T, Free>;
 
 struct Choice {
     uint8_t decoder;
@@ -39,18 +33,18 @@ void require(bool condition) {
 int32_t size(const Bytes& bytes) { return static_cast<int32_t>(bytes.size()); }
 
 // A public key of k bytes whose mode word names the digest.
-Own<VRQ_RSA_UNIT> unit_of(const Choice& choice) {
-    Own<VRQ_RSA_UNIT> unit(VRQ_New_RSA());
+Owned<VRQ_RSA_UNIT> unit_of(const Choice& choice) {
+    Owned<VRQ_RSA_UNIT> unit(VRQ_New_RSA());
     const Bytes modulus(choice.k, 0xC5);
-    const Own<VRQ_BIGINT> n(VRQ_Binary_To_BIGINT(modulus.data(), size(modulus), nullptr));
-    const Own<VRQ_BIGINT> e(VRQ_HEX_To_BIGINT("10001"));
+    const Owned<VRQ_BIGINT> n(VRQ_Binary_To_BIGINT(modulus.data(), size(modulus), nullptr));
+    const Owned<VRQ_BIGINT> e(VRQ_HEX_To_BIGINT("10001"));
     require(VRQ_Set_RSA_Public_Params(unit.get(), n.get(), e.get()) == 0);
     require(VRQ_Init_RSAES(unit.get(), VRQ_RSAES_OAEP, VRQ_RSA_PUBLIC, choice.digest) == 0);
     return unit;
 }
 
 void oaep(const Choice& choice, const Bytes& block, int32_t with_zero) {
-    const Own<VRQ_RSA_UNIT> unit = unit_of(choice);
+    const Owned<VRQ_RSA_UNIT> unit = unit_of(choice);
     Bytes out(choice.room);
     const int32_t length = VRQ_Decode_RSAES_OAEP_PADDING(
         unit.get(), block.data(), size(block), out.data(), size(out), nullptr, 0, with_zero);
@@ -68,7 +62,7 @@ void oaep(const Choice& choice, const Bytes& block, int32_t with_zero) {
 }
 
 void pkcs1(const Choice& choice, const Bytes& block) {
-    const Own<VRQ_RSA_UNIT> unit = unit_of(choice);
+    const Owned<VRQ_RSA_UNIT> unit = unit_of(choice);
     Bytes out(choice.room);
     const int32_t length = VRQ_Decode_RSAES_PKCS1_PADDING(unit.get(), block.data(), size(block),
                                                           out.data(), size(out));
@@ -86,8 +80,8 @@ void pkcs1(const Choice& choice, const Bytes& block) {
 
 // The first bytes of the block are the hash.
 void signatures(const Choice& choice, const Bytes& block) {
-    const Own<VRQ_RSA_UNIT> unit = unit_of(choice);
-    const Own<VRQ_DIGEST_UNIT> digest(VRQ_New_DIGEST_Unit());
+    const Owned<VRQ_RSA_UNIT> unit = unit_of(choice);
+    const Owned<VRQ_DIGEST_UNIT> digest(VRQ_New_DIGEST_Unit());
     require(VRQ_Init_DIGEST(digest.get(), choice.digest) == 0);
     Bytes hash(VRQ_Get_DIGEST_Length(choice.digest));
     for (std::size_t i = 0; i < hash.size() && i < block.size(); ++i) hash[i] = block[i];

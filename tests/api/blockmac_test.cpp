@@ -1,14 +1,12 @@
 // CBC-MAC and DES-MAC.
 #include "api/cipher_cases.h"
+#include "harness/owned.h"
 
 namespace {
 
 using namespace test;
 
-struct FreeCbcMac {
-    void operator()(VRQ_CBC_MAC_UNIT* unit) const { VRQ_Free_CBC_MAC_Unit(unit); }
-};
-using CbcMacUnit = std::unique_ptr<VRQ_CBC_MAC_UNIT, FreeCbcMac>;
+using CbcMacUnit = test::Owned<VRQ_CBC_MAC_UNIT>;
 
 CbcMacUnit cbc_mac(const CipherCase& cipher, const Bytes& key) {
     CbcMacUnit unit(VRQ_New_CBC_MAC_Unit());

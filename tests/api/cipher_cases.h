@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness/cipher_table.h"
+#include "harness/owned.h"
 #include "harness/vectors.h"
 
 #include <gtest/gtest.h>
@@ -14,10 +15,7 @@
 
 namespace test {
 
-struct FreeCipherUnit {
-    void operator()(VRQ_BLOCK_CIPHER_UNIT* unit) const { VRQ_Free_BLOCK_CIPHER_Unit(unit); }
-};
-using CipherUnit = std::unique_ptr<VRQ_BLOCK_CIPHER_UNIT, FreeCipherUnit>;
+using CipherUnit = Owned<VRQ_BLOCK_CIPHER_UNIT>;
 
 inline CipherUnit new_cipher_unit() { return CipherUnit(VRQ_New_BLOCK_CIPHER_Unit()); }
 

@@ -1,5 +1,6 @@
 // Diffie-Hellman: known answers, agreement with libcrypto, validation, statuses.
 #include "harness/bigints.h"
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -15,12 +16,8 @@ using test::Bn;
 using test::Bytes;
 using test::Int;
 
-struct Free {
-    void operator()(VRQ_DH_UNIT* unit) const { VRQ_Free_DH(unit); }
-    void operator()(VRQ_DH_PARAMS* params) const { VRQ_Free_DH_Params(params); }
-};
-using Unit = std::unique_ptr<VRQ_DH_UNIT, Free>;
-using Params = std::unique_ptr<VRQ_DH_PARAMS, Free>;
+using Unit = test::Owned<VRQ_DH_UNIT>;
+using Params = test::Owned<VRQ_DH_PARAMS>;
 
 struct Group {
     Int p;

@@ -1,6 +1,7 @@
 // The digests as the tests know them, and helpers that drive units.
 #pragma once
 
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -44,12 +45,8 @@ inline const DigestCase& digest_case(const std::string& vector_name) {
     return kDigestCases[0];
 }
 
-struct FreeUnit {
-    void operator()(VRQ_DIGEST_UNIT* unit) const { VRQ_Free_DIGEST_Unit(unit); }
-    void operator()(VRQ_HMAC_UNIT* unit) const { VRQ_Free_HMAC_Unit(unit); }
-};
-using DigestUnit = std::unique_ptr<VRQ_DIGEST_UNIT, FreeUnit>;
-using HmacUnit = std::unique_ptr<VRQ_HMAC_UNIT, FreeUnit>;
+using DigestUnit = Owned<VRQ_DIGEST_UNIT>;
+using HmacUnit = Owned<VRQ_HMAC_UNIT>;
 
 inline DigestUnit digest_unit(uint32_t id) {
     DigestUnit unit(VRQ_New_DIGEST_Unit());

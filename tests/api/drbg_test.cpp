@@ -1,5 +1,6 @@
 // Hash_DRBG units and the process-wide generator.
 #include "harness/hash_drbg_model.h"
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -22,10 +23,7 @@ namespace {
 using test::Bytes;
 using test::HashDrbgModel;
 
-struct Free {
-    void operator()(VRQ_DRBG_UNIT* unit) const { vrq_Free_DRBG_Unit(unit); }
-};
-using Unit = std::unique_ptr<VRQ_DRBG_UNIT, Free>;
+using Unit = test::Owned<VRQ_DRBG_UNIT>;
 
 struct Row {
     uint32_t hash;

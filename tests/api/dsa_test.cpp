@@ -1,6 +1,7 @@
 // DSA: known answers, libcrypto, generation, forgeries, statuses.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "harness/bigints.h"
+#include "harness/owned.h"
 #include "harness/signatures.h"
 #include "talvern.h"
 
@@ -21,12 +22,10 @@ constexpr uint32_t kNotVerified = 0x0C04005D;
 constexpr uint32_t kNotSigned = 0x0C040053;
 
 struct Free {
-    void operator()(VRQ_DSA_UNIT* unit) const { VRQ_Free_DSA(unit); }
     void operator()(DSA* dsa) const { DSA_free(dsa); }
     void operator()(DSA_SIG* signature) const { DSA_SIG_free(signature); }
-    void operator()(VRQ_PRNG_UNIT* unit) const { VRQ_Free_PRNG_Unit(unit); }
 };
-using Unit = std::unique_ptr<VRQ_DSA_UNIT, Free>;
+using Unit = test::Owned<VRQ_DSA_UNIT>;
 
 const Bytes kMessage = {'s', 'a', 'm', 'p', 'l', 'e'};
 
@@ -302,7 +301,7 @@ TEST(Dsa, SecretComesFromKeyAndSeed) {
     ASSERT_EQ(0U, sign(unit, again));
     EXPECT_NE(signature.s, again.s);
 
-    const std::unique_ptr<VRQ_PRNG_UNIT, Free> prng(VRQ_New_PRNG_Unit());
+    const test::Owned<VRQ_PRNG_UNIT> prng(VRQ_New_PRNG_Unit());
     Bytes xkey(32);
     xkey.resize(VRQ_BIGINT_To_Binary_Unsigned(unit->x, xkey.data()));
     ASSERT_EQ(0U, VRQ_Init_PRNG(prng.get(), VRQ_ID_SHA1, xkey.data(),

@@ -1,6 +1,7 @@
 // ECDSA: known answers, libcrypto, the chain of secrets, forgeries, statuses.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "harness/curves.h"
+#include "harness/owned.h"
 #include "harness/signatures.h"
 #include "talvern.h"
 
@@ -22,11 +23,10 @@ constexpr uint32_t kNotVerified = 0x2103006B;
 constexpr uint32_t kNotSigned = 0x21030053;
 
 struct Free {
-    void operator()(VRQ_ECDSA_UNIT* unit) const { VRQ_Free_ECDSA(unit); }
     void operator()(EC_KEY* key) const { EC_KEY_free(key); }
     void operator()(ECDSA_SIG* signature) const { ECDSA_SIG_free(signature); }
 };
-using Unit = std::unique_ptr<VRQ_ECDSA_UNIT, Free>;
+using Unit = test::Owned<VRQ_ECDSA_UNIT>;
 
 const Bytes kMessage = {'s', 'a', 'm', 'p', 'l', 'e'};
 

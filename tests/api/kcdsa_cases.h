@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness/bigints.h"
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -15,10 +16,7 @@
 
 namespace test {
 
-struct FreeKcdsa {
-    void operator()(VRQ_KCDSA_UNIT* unit) const { VRQ_Free_KCDSA(unit); }
-};
-using Kcdsa = std::unique_ptr<VRQ_KCDSA_UNIT, FreeKcdsa>;
+using Kcdsa = Owned<VRQ_KCDSA_UNIT>;
 
 inline Kcdsa new_kcdsa() { return Kcdsa(VRQ_New_KCDSA()); }
 

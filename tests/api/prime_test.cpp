@@ -1,4 +1,5 @@
 // Random big integers, Miller-Rabin, prime generation.
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -13,12 +14,10 @@ namespace {
 using test::Bytes;
 
 struct Free {
-    void operator()(VRQ_BIGINT* number) const { VRQ_Free_BIGINT(number); }
-    void operator()(VRQ_BIGINT_POOL* pool) const { VRQ_Free_BIGINT_Pool(pool); }
     void operator()(BIGNUM* number) const { BN_free(number); }
 };
-using Number = std::unique_ptr<VRQ_BIGINT, Free>;
-using Pool = std::unique_ptr<VRQ_BIGINT_POOL, Free>;
+using Number = test::Owned<VRQ_BIGINT>;
+using Pool = test::Owned<VRQ_BIGINT_POOL>;
 using Bn = std::unique_ptr<BIGNUM, Free>;
 
 Number number_of(const Bytes& bytes) {

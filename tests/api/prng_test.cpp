@@ -1,4 +1,5 @@
 // The older generator of FIPS 186-2.
+#include "harness/owned.h"
 #include "harness/vectors.h"
 #include "talvern.h"
 
@@ -15,12 +16,10 @@ namespace {
 using test::Bytes;
 
 struct Free {
-    void operator()(VRQ_PRNG_UNIT* unit) const { VRQ_Free_PRNG_Unit(unit); }
-    void operator()(VRQ_BIGINT* number) const { VRQ_Free_BIGINT(number); }
     void operator()(BIGNUM* number) const { BN_free(number); }
 };
-using Unit = std::unique_ptr<VRQ_PRNG_UNIT, Free>;
-using Number = std::unique_ptr<VRQ_BIGINT, Free>;
+using Unit = test::Owned<VRQ_PRNG_UNIT>;
+using Number = test::Owned<VRQ_BIGINT>;
 using Bn = std::unique_ptr<BIGNUM, Free>;
 
 uint32_t size(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()); }

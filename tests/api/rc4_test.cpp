@@ -1,14 +1,12 @@
 // RC4.
 #include "api/cipher_cases.h"
+#include "harness/owned.h"
 
 namespace {
 
 using namespace test;
 
-struct FreeRc4 {
-    void operator()(VRQ_RC4_UNIT* unit) const { VRQ_Free_RC4_Unit(unit); }
-};
-using Rc4Unit = std::unique_ptr<VRQ_RC4_UNIT, FreeRc4>;
+using Rc4Unit = test::Owned<VRQ_RC4_UNIT>;
 
 Rc4Unit rc4(const Bytes& key) {
     Rc4Unit unit(VRQ_New_RC4_Unit());

@@ -2,6 +2,7 @@
 // the stack.
 #include "api/kcdsa_cases.h"
 #include "harness/curves.h"
+#include "harness/owned.h"
 #include "harness/stack_residue.h"
 
 #include <functional>
@@ -10,14 +11,6 @@
 namespace {
 
 using namespace test;
-
-struct FreeUnit {
-    void operator()(VRQ_DSA_UNIT* unit) const { VRQ_Free_DSA(unit); }
-    void operator()(VRQ_DH_UNIT* unit) const { VRQ_Free_DH(unit); }
-    void operator()(VRQ_ECDSA_UNIT* unit) const { VRQ_Free_ECDSA(unit); }
-};
-template <class Unit>
-using Own = std::unique_ptr<Unit, FreeUnit>;
 
 const Bytes kMessage = {'m', 'e', 's', 's', 'a', 'g', 'e'};
 
@@ -120,7 +113,7 @@ TEST(SignatureStack, Dsa) {
     for (const Record& r : load_vectors("pubkey/dsa.vec")) {
         if (r.name != "DSA-DOMAIN") continue;
         SCOPED_TRACE(r.where);
-        const Own<VRQ_DSA_UNIT> owner(VRQ_New_DSA());
+        const Owned<VRQ_DSA_UNIT> owner(VRQ_New_DSA());
         VRQ_DSA_UNIT* const unit = owner.get();
         const Int g(r.text("g"));
         ASSERT_EQ(0U, VRQ_Set_DSA_Params(unit, Int(r.text("p")), Int(r.text("q")), g, nullptr, g));
@@ -157,7 +150,7 @@ TEST(SignatureStack, DiffieHellman) {
     for (const Record& r : load_vectors("pubkey/dh.vec")) {
         if (r.name != "DH-GROUP") continue;
         SCOPED_TRACE(r.where);
-        const Own<VRQ_DH_UNIT> owner(VRQ_New_DH());
+        const Owned<VRQ_DH_UNIT> owner(VRQ_New_DH());
         VRQ_DH_UNIT* const unit = owner.get();
         VRQ_DH_PARAMS* const params = VRQ_New_DH_Params();
         const Int g(r.text("g"));
@@ -183,7 +176,7 @@ TEST(SignatureStack, Ecdsa) {
         SCOPED_TRACE(name);
         const Curve curve(group_named(name).get());
         const Int d("123456789ABCDEF0FEDCBA98765432100F1E2D3C4B5A6978");
-        const Own<VRQ_ECDSA_UNIT> owner(VRQ_New_ECDSA());
+        const Owned<VRQ_ECDSA_UNIT> owner(VRQ_New_ECDSA());
         VRQ_ECDSA_UNIT* const unit = owner.get();
         ASSERT_EQ(0U, VRQ_Set_ECDSA_Params(unit, curve, d, nullptr));
         Bytes r(64);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness/bigints.h"
+#include "harness/owned.h"
 #include "talvern/rsa.h"
 
 #include <openssl/bn.h>
@@ -10,10 +11,7 @@
 
 namespace test {
 
-struct RsaFree {
-    void operator()(VRQ_RSA_UNIT* unit) const { VRQ_Free_RSA(unit); }
-};
-using RsaUnit = std::unique_ptr<VRQ_RSA_UNIT, RsaFree>;
+using RsaUnit = Owned<VRQ_RSA_UNIT>;
 
 inline RsaUnit new_rsa() { return RsaUnit(VRQ_New_RSA()); }
 

@@ -3,6 +3,7 @@
 #include "foundation/cpu.h"
 #include "harness/curves.h"
 #include "harness/faults.h"
+#include "harness/owned.h"
 #include "harness/signatures.h"
 #include "pubkey/ec_field.h"
 #include "talvern.h"
@@ -19,16 +20,9 @@ using test::Bytes;
 using test::Curve;
 using test::FreedMemoryWatch;
 using test::Int;
+using test::Owned;
 using test::Point;
 using vrq::u32;
-
-struct Free {
-    void operator()(VRQ_ECDSA_UNIT* unit) const { VRQ_Free_ECDSA(unit); }
-    void operator()(VRQ_DSA_UNIT* unit) const { VRQ_Free_DSA(unit); }
-    void operator()(VRQ_ECC_KEY* key) const { VRQ_Free_ECC_Key(key); }
-};
-template <class T>
-using Own = std::unique_ptr<T, Free>;
 
 const Curve& p256() {
     static const Curve curve(test::group_named("prime256v1").get());
@@ -114,7 +108,7 @@ u32 sign(VRQ_ECDSA_UNIT* unit) {
 
 TEST(EcFaults, EcdsaStatuses) {
     expect_faults("new and set", {0x21010049, 0x2101003B}, [] {
-        const Own<VRQ_ECDSA_UNIT> unit(VRQ_New_ECDSA());
+        const Owned<VRQ_ECDSA_UNIT> unit(VRQ_New_ECDSA());
         return VRQ_Set_ECDSA_Params(unit.get(), p256(), secret(), public_point());
     });
 }
@@ -141,8 +135,8 @@ void expect_step_faults(const char* name, const std::set<u32>& failures, Make ma
     }
 }
 
-Own<VRQ_ECDSA_UNIT> ecdsa_unit() {
-    Own<VRQ_ECDSA_UNIT> unit(VRQ_New_ECDSA());
+Owned<VRQ_ECDSA_UNIT> ecdsa_unit() {
+    Owned<VRQ_ECDSA_UNIT> unit(VRQ_New_ECDSA());
     VRQ_Set_ECDSA_Params(unit.get(), p256(), secret(), public_point());
     return unit;
 }
@@ -151,7 +145,7 @@ TEST(EcFaults, EcdsaSteps) {
     expect_step_faults("init", {0x2101003B, 0x21010022}, ecdsa_unit,
                        [](VRQ_ECDSA_UNIT* unit) { return VRQ_Init_ECDSA(unit, VRQ_ID_SHA256, 1); });
     const auto initialised = [] {
-        Own<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
+        Owned<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
         VRQ_Init_ECDSA(unit.get(), VRQ_ID_SHA256, 1);
         return unit;
     };
@@ -161,11 +155,11 @@ TEST(EcFaults, EcdsaSteps) {
     };
     // the first draw of a process makes more allocations than those after it
     test::Signature good;
-    const Own<VRQ_ECDSA_UNIT> signer = initialised();
+    const Owned<VRQ_ECDSA_UNIT> signer = initialised();
     ASSERT_EQ(0U, test::sign<VRQ_Final_ECDSA>(signer.get(), good, 32));
     expect_step_faults("sign", {0x21030053}, initialised, final_step);
     const auto chained = [&] {
-        Own<VRQ_ECDSA_UNIT> unit = initialised();
+        Owned<VRQ_ECDSA_UNIT> unit = initialised();
         final_step(unit.get());
         VRQ_Free_BIGINT_Pool(unit->pool); // and with it what would spare allocations
         unit->pool = VRQ_New_BIGINT_Pool();
@@ -174,7 +168,7 @@ TEST(EcFaults, EcdsaSteps) {
     expect_step_faults("sign again", {0x21030053, 0}, chained, final_step);
 
     const auto verifier = [] {
-        Own<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
+        Owned<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
         VRQ_Init_ECDSA(unit.get(), VRQ_ID_SHA256, 0);
         return unit;
     };
@@ -194,8 +188,8 @@ struct DsaKey {
         }
         VRQ_Mod_Exp_Mont_BIGINT(y, *g, x, *p, nullptr);
     }
-    Own<VRQ_DSA_UNIT> unit() const {
-        Own<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
+    Owned<VRQ_DSA_UNIT> unit() const {
+        Owned<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
         VRQ_Set_DSA_Params(unit.get(), *p, *q, *g, x, y);
         return unit;
     }
@@ -217,7 +211,7 @@ TEST(DsaFaults, Steps) {
     });
     const auto initialised = [&](int direction) {
         return [&key, direction] {
-            Own<VRQ_DSA_UNIT> unit = key.unit();
+            Owned<VRQ_DSA_UNIT> unit = key.unit();
             VRQ_Init_DSA(unit.get(), VRQ_ID_SHA1, direction, nullptr, 0);
             return unit;
         };
@@ -235,7 +229,7 @@ TEST(DsaFaults, Steps) {
     expect_step_faults(
         "key pair", {0x0C08003C, 0x0C080025, 0x0C08001C, 0x0C090040},
         [&] {
-            Own<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
+            Owned<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
             VRQ_Set_DSA_Params(unit.get(), *key.p, *key.q, *key.g, nullptr, key.y);
             return unit;
         },
@@ -247,7 +241,7 @@ TEST(DsaFaults, Generation) {
     const Bytes seed = test::from_hex("d5014e4b60ef2ba8b6211b4062ba3224e0427dd3");
     const std::set<u32> failures = {0x0C070057, 0x0C07001B, 0x0C07003B, 0x0C07001D, 0x0C07000F};
     const auto generate = [&seed](std::size_t failing) {
-        Own<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
+        Owned<VRQ_DSA_UNIT> unit(VRQ_New_DSA());
         vrq::testing::fail_allocation(failing);
         const u32 status = VRQ_Generate_DSA_Params(unit.get(), seed.data(), 20, 512, nullptr);
         return std::pair(std::move(unit), status);
@@ -280,12 +274,12 @@ TEST(EcFaults, PrivateValuesAreGoneFromFreedMemory) {
     const Bytes secrets[] = {words_of(secret()), big_endian(secret())};
     for (const Bytes& d : secrets) {
         const FreedMemoryWatch watch(d);
-        Own<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
+        Owned<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
         EXPECT_EQ(0U, sign(unit.get()));
         EXPECT_EQ(0U, sign(unit.get()));
         const Point out;
         EXPECT_EQ(0U, vrq_Mtp_Fp_ECC(out, p256(), public_point(), unit->key->d));
-        Own<VRQ_ECC_KEY> copy(VRQ_New_ECC_Key());
+        Owned<VRQ_ECC_KEY> copy(VRQ_New_ECC_Key());
         EXPECT_EQ(0U, vrq_Copy_ECC_Key(copy.get(), unit->key));
         copy.reset();
         unit.reset();
@@ -295,7 +289,7 @@ TEST(EcFaults, PrivateValuesAreGoneFromFreedMemory) {
 }
 
 TEST(EcFaults, PerSignatureSecretsAreGoneFromFreedMemory) {
-    const Own<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
+    const Owned<VRQ_ECDSA_UNIT> unit = ecdsa_unit();
     ASSERT_EQ(0U, sign(unit.get()));
     Int next;
     VRQ_Add_BIGINT(next, unit->k, unit->k, nullptr);
@@ -322,7 +316,7 @@ TEST(DsaFaults, PrivateValuesAreGoneFromFreedMemory) {
     for (const Bytes& secret : secrets) {
         const FreedMemoryWatch watch(secret);
         {
-            const Own<VRQ_DSA_UNIT> unit = key.unit();
+            const Owned<VRQ_DSA_UNIT> unit = key.unit();
             ASSERT_EQ(0U, VRQ_Init_DSA(unit.get(), VRQ_ID_SHA1, 1, xseed.data(), 20));
             test::Signature out;
             ASSERT_EQ(0U, test::sign<VRQ_Final_DSA>(unit.get(), out, 20));
